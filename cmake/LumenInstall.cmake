@@ -1,0 +1,19 @@
+# The installed tree: libraries, headers, a package for find_package(lumen) and one for pkg-config.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS lumen_static lumen_shared EXPORT lumenTargets
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS lumenTest RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(DIRECTORY include/lumen DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+
+set(LUMEN_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/lumen)
+install(EXPORT lumenTargets NAMESPACE lumen:: DESTINATION ${LUMEN_PACKAGE_DIR})
+configure_package_config_file(cmake/lumenConfig.cmake.in lumenConfig.cmake
+  INSTALL_DESTINATION ${LUMEN_PACKAGE_DIR})
+write_basic_package_version_file(lumenConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/lumenConfig.cmake ${PROJECT_BINARY_DIR}/lumenConfigVersion.cmake
+  DESTINATION ${LUMEN_PACKAGE_DIR})
+
+configure_file(cmake/lumen.pc.in lumen.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/lumen.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,12 @@
+/// @file
+/// Everything: the control of the library, its memory, and one header for each family of functions.
+
+#ifndef LUMEN_H
+#define LUMEN_H
+
+#include "lumen/lumenArithm.h"
+#include "lumen/lumenControl.h"
+#include "lumen/lumenMem.h"
+#include "lumen/lumenTypes.h"
+
+#endif  // LUMEN_H

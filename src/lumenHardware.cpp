@@ -1,0 +1,1 @@
+#include "lumen/lumen.h"
