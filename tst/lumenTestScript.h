@@ -1,0 +1,48 @@
+// Control scripts: CSV files with one test case a row.
+
+#ifndef LUMEN_TEST_SCRIPT_H
+#define LUMEN_TEST_SCRIPT_H
+
+#include <cstddef>
+#include <cstdio>
+#include <initializer_list>
+#include <variant>
+
+#include "lumenTestBuffer.h"
+
+// Text of at most `capacity - 1` characters.
+struct LUMEN_TEST_Text {
+  char* text;
+  size_t capacity;
+};
+
+// A buffer that the test will read as elements of `elemSize` bytes; 0 takes any.
+struct LUMEN_TEST_BufferOf {
+  LUMEN_TEST_Buffer* buffer;
+  size_t elemSize;
+};
+template <class T>
+LUMEN_TEST_BufferOf LUMEN_TEST_ElementsOf(LUMEN_TEST_Buffer& buffer) {
+  return {&buffer, sizeof(T)};
+}
+
+// Where a column's field goes. The script's own type line says what the field is; what is stored
+// follows the destination, so that a script with other types than the test expects is refused or
+// converted and never written over foreign memory.
+using LUMEN_TEST_Destination =
+    std::variant<bool*, char*, unsigned char*, short*, unsigned short*, int*, unsigned int*, long*,
+                 unsigned long*, float*, LUMEN_TEST_Text, LUMEN_TEST_BufferOf>;
+
+// Reads the next row of an open script into one destination for each column of a known type, in
+// column order; 1 when there was one, 0 at the end of the script or for a row that is refused.
+int LUMEN_TEST_ReadScriptRow(const char* dataDirectory, FILE* file, int numArguments,
+                             lumMemOption opt,
+                             std::initializer_list<LUMEN_TEST_Destination> destinations);
+
+template <class... Destination>
+int LUMEN_TEST_ReadControlScript(const char* dataDirectory, FILE* file, int numArguments,
+                                 lumMemOption opt, Destination... destination) {
+  return LUMEN_TEST_ReadScriptRow(dataDirectory, file, numArguments, opt, {destination...});
+}
+
+#endif  // LUMEN_TEST_SCRIPT_H
