@@ -47,8 +47,9 @@ static_assert(sizeof(lumFuncTable) == LUM_ROW_COUNT * LUM_IMPL_COUNT * sizeof(lu
   static_assert(offsetof(lumFuncTable, name) == row * sizeof(lumRow<void()>));
 #include "lumenFunctions.def"
 
-// Functions that only the library itself calls through the dispatch: the clock of the digital signal
-// processor at the start (0) or end (1) of a call, and the announcement of a buffer to remote units.
+// Functions that only the library itself calls through the dispatch: the clock of the digital
+// signal processor at the start (0) or end (1) of a call, and the announcement of a buffer to
+// remote units.
 using lumProbeZ6Time = uint64_t(int end, unsigned int clockDivisor);
 using lumRegisterBuffer = int32_t(const void* data, uint32_t bytes);
 
