@@ -123,6 +123,8 @@ def add_all(tree: Tree) -> None:
         if form.channels == 1:
             rows.append(_odd_row(form, element))
             _add_script(tree, form, element, "profiling_", _profiling_rows(form, element))
+        if form.channels == 1 and element is U8:
+            rows += _whole_rows(tree, form)
         for case in _cases(form, element):
             rows += _rows(tree, case, form, element)
         _add_script(tree, form, element, "", rows)
@@ -212,6 +214,22 @@ def _odd_row(form: Form, element: Element) -> Row:
         role: f"../{REFERENCES}/{odd.file_name(role, element)}" for role in profiling.ROLES
     }
     return _fields(form, element, files, odd.value(element), odd.note(form.values > 0))
+
+
+def _whole_rows(tree: Tree, form: Form) -> list[Row]:
+    """Every pixel of the odd resolution, for one large file: a picture less zero is the picture."""
+    odd = profiling.ODD
+    shape = odd.height, odd.width
+    picture, zeros = "whole_src1_u8.pgm", "whole_zeros_u8.csv"
+    pixels = np.maximum(U8.random(f"{DIRECTORY}/{picture}", shape), 1)
+    size = odd.width, odd.height
+    tree.add(f"{DIRECTORY}/{picture}", encode("pgm", Image(pixels, *size), U8.source))
+    nothing = Image(np.zeros((0, odd.width), pixels.dtype), *size)
+    tree.add(f"{DIRECTORY}/{zeros}", encode("csv", nothing, U8.source))
+    note = f"{odd.width} x {odd.height}: a whole picture, no pixel 0, less zero"
+    if form.values:
+        return [[picture, "0", picture, note]]
+    return [[picture, zeros, picture, note], [zeros, picture, picture, note]]
 
 
 def _profiling_rows(form: Form, element: Element) -> list[Row]:

@@ -37,6 +37,9 @@ class Buffer:
     def rows_given(self) -> int:
         return len(self.elements) // self.stride
 
+    def at(self, index: int) -> Number:
+        return self.elements[index] if index < len(self.elements) else 0
+
 
 def read_table(path: Path) -> tuple[list[str], list[str], list[list[str]]]:
     """Names, types and rows of a control script."""
