@@ -32,13 +32,15 @@ struct AbsDiff {
   }
 };
 
+// The difference of each pair of elements of two images.
 template <class T, class TDst>
 void AbsDiffRows(const T* src1, const T* src2, uint32_t width, uint32_t height, uint32_t srcStride,
                  TDst* dst, uint32_t dstStride) {
-  for (uint32_t y = 0; y < height; ++y) {
-    MapRow(hn::ScalableTag<T>(), lumRowAt(dst, y, dstStride), width, AbsDiff(),
+  const RowShape shape = ShapeOfRows<T, T, TDst>(width, height, {srcStride, srcStride, dstStride});
+  ForRows(shape, [&](uint32_t y) LUM_LAMBDA {
+    MapRow(hn::ScalableTag<T>(), lumRowAt(dst, y, dstStride), shape.count, shape.stream, AbsDiff(),
            lumRowAt(src1, y, srcStride), lumRowAt(src2, y, srcStride));
-  }
+  });
 }
 
 // A value for each of the interleaved channels, in the place where the function's arguments have
@@ -50,10 +52,12 @@ struct AbsDiffValues {
     const hn::ScalableTag<T> d;
     const T valueOfChannel[] = {value...};
     const ChannelValues values(d, valueOfChannel);
-    for (uint32_t y = 0; y < height; ++y) {
-      MapChannels(d, lumRowAt(dst, y, dstStride), size_t{width} * sizeof...(Value), AbsDiff(),
+    const RowShape shape =
+        ShapeOfRows<T, TDst>(size_t{width} * sizeof...(Value), height, {srcStride, dstStride});
+    ForRows(shape, [&](uint32_t y) LUM_LAMBDA {
+      MapChannels(d, lumRowAt(dst, y, dstStride), shape.count, shape.stream, AbsDiff(),
                   lumRowAt(src, y, srcStride), values);
-    }
+    });
   }
 };
 
