@@ -196,31 +196,6 @@ TEST(TestStub, IsBoundAndLetGo) {
   EXPECT_EQ(lumenTestRunConfig.stubHandle, nullptr);
 }
 
-TEST(TestFlush, GivesEveryPairToTheStubWhenAskedTo) {
-  static std::vector<std::pair<void*, int>> flushed;
-  char a[3];
-  double b[4];
-  const auto flushBoth = [&] {
-    flushed.clear();
-    LUMEN_TEST_Buffer_Flush_Invalidate(2, a, sizeof(a), static_cast<const double*>(b),
-                                       static_cast<int>(sizeof(b)));
-    return flushed.size();
-  };
-  lumenTestRunConfig.cacheFlush = 1;
-  EXPECT_EQ(flushBoth(), 0u);
-  lumenTestRunConfig.flushFn = [](void* data, int bytes) { flushed.emplace_back(data, bytes); };
-  flushBoth();
-  EXPECT_THAT(flushed, ElementsAre(std::pair<void*, int>(a, 3), std::pair<void*, int>(b, 32)));
-  LUMEN_TEST_Buffer_Flush_Invalidate(1, a, 1, b, 2);
-  EXPECT_EQ(flushed.size(), 3u);
-  LUMEN_TEST_Buffer_Flush_Invalidate(0, a, 1);
-  LUMEN_TEST_Buffer_Flush_Invalidate(-1, a, 1);
-  LUMEN_TEST_Buffer_Flush_Invalidate(0);
-  EXPECT_EQ(flushed.size(), 3u);
-  lumenTestRunConfig.cacheFlush = 0;
-  EXPECT_EQ(flushBoth(), 0u);
-}
-
 namespace {
 
 // Writes to its stack, this many bytes deep.

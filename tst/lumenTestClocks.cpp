@@ -6,8 +6,8 @@
 #include "lumen/lumenControl.h"
 #include "lumenTestConfig.h"
 #include "lumenTestDevice.h"
-#include "lumenTestNumber.h"
 #include "lumenTestShell.h"
+#include "lumenTestToInt.h"
 
 const LUMEN_TEST_ClockCommand LUMEN_TEST_BUMP_COMMANDS[LUMEN_TEST_BUMP_COMMAND_COUNT] = {
     {"stop mpdecision 2>&1", "ERROR: popen \"stop mpdecision\" error\n"},

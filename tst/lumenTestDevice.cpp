@@ -1,7 +1,5 @@
 #include "lumenTestDevice.h"
 
-#include <algorithm>
-#include <climits>
 #include <cstring>
 
 #include "lumen/lumenControl.h"
@@ -111,10 +109,4 @@ void lumtest_adspstub_close() {
   config.flushFn = nullptr;
   config.leakCheckFn = nullptr;
   config.stubHandle = nullptr;
-}
-
-void LUMEN_TEST_FlushBuffer(const void* data, size_t bytes) {
-  if (!lumenTestRunConfig.cacheFlush || !lumenTestRunConfig.flushFn) return;
-  lumenTestRunConfig.flushFn(const_cast<void*>(data),
-                             static_cast<int>(std::min<size_t>(bytes, INT_MAX)));
 }

@@ -1,5 +1,5 @@
-// The device under a run: which library builds it has, its clocks, its DSP libraries, the caches in
-// front of its memory, and the stack that modules use.
+// The device under a run: which library builds it has, its clocks, its DSP libraries, and the stack
+// that modules use.
 //
 // A command that cannot be started, and DSP libraries that are missing, end the process with
 // status 0: the run says nothing about the library.
@@ -33,21 +33,10 @@ void lumtest_dump_clocks();
 // Looks for the DSP's libraries in what `command` lists: a program's name and a directory.
 void check_skel_libs(const char* command);
 
-// Opens the DSP stub library and binds its cache and leak-check entries; and lets go of it.
+// Opens the DSP stub library and binds its cache and leak-check entries; and lets go of it. The
+// order of a run has neither.
 void lumtest_adspstub_open();
 void lumtest_adspstub_close();
-
-// Writes one buffer back to memory, when the run asks for it and the DSP stub library is bound.
-void LUMEN_TEST_FlushBuffer(const void* data, size_t bytes);
-
-// The same for `count` buffers, each given as its address and its length in bytes, in order.
-inline void LUMEN_TEST_Buffer_Flush_Invalidate(int) {}
-template <class Size, class... Rest>
-void LUMEN_TEST_Buffer_Flush_Invalidate(int count, const void* data, Size bytes, Rest... rest) {
-  if (count < 1) return;
-  LUMEN_TEST_FlushBuffer(data, static_cast<size_t>(bytes));
-  LUMEN_TEST_Buffer_Flush_Invalidate(count - 1, rest...);
-}
 
 // The stack probe: paints the stack from 2 KiB below `marker`, a local variable of the caller, down
 // to 130 KiB below it, and returns the upper end of what it painted. What is called afterwards

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "lumenTestConfig.h"
-#include "lumenTestNumber.h"
+#include "lumenTestToInt.h"
 
 namespace {
 

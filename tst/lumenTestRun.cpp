@@ -13,8 +13,8 @@
 #include "lumenTestFunctions.h"
 #include "lumenTestLog.h"
 #include "lumenTestModules.h"
-#include "lumenTestNumber.h"
 #include "lumenTestTable.h"
+#include "lumenTestToInt.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Numbers in texts from outside: options, properties, what devices print.
 
-#ifndef LUMEN_TEST_NUMBER_H
-#define LUMEN_TEST_NUMBER_H
+#ifndef LUMEN_TEST_TO_INT_H
+#define LUMEN_TEST_TO_INT_H
 
 #include <algorithm>
 #include <climits>
@@ -13,4 +13,4 @@ inline int LUMEN_TEST_ToInt(const char* text) {
   return static_cast<int>(std::clamp<long>(std::strtol(text, nullptr, 10), INT_MIN, INT_MAX));
 }
 
-#endif  // LUMEN_TEST_NUMBER_H
+#endif  // LUMEN_TEST_TO_INT_H
