@@ -164,6 +164,17 @@ uint32_t LUMEN_TEST_Buffer::strideBytes() const {
   return static_cast<uint32_t>(bytes);
 }
 
+bool LUMEN_TEST_Buffer::holds(uint32_t width, uint32_t height, uint32_t pitch) const {
+  const uint8_t* first = roi<uint8_t>();
+  if (!first) return false;
+  if (width == 0 || height == 0) return true;
+  const uint64_t row = uint64_t{width} * static_cast<uint64_t>(shape_.elemSize);
+  uint64_t needed = 0;
+  return !__builtin_mul_overflow(uint64_t{pitch}, uint64_t{height} - 1, &needed) &&
+         !__builtin_add_overflow(needed, row, &needed) &&
+         needed <= size() - static_cast<uint64_t>(first - data());
+}
+
 uint8_t* LUMEN_TEST_Buffer::roiStart(size_t elementSize) const {
   const int64_t x = shape_.roiX == -1 ? 0 : shape_.roiX, y = shape_.roiY == -1 ? 0 : shape_.roiY;
   const auto elemSize = static_cast<size_t>(std::max(shape_.elemSize, 0));

@@ -43,6 +43,10 @@ class LUMEN_TEST_Buffer : public lumBuffer {
   uint32_t roiHeight() const { return extent(shape_.roiHeight, shape_.height); }
   uint32_t strideBytes() const;
 
+  // Whether the memory from the region's first element on holds `height` rows of `width` elements
+  // that begin `pitch` bytes after each other.
+  bool holds(uint32_t width, uint32_t height, uint32_t pitch) const;
+
   // Exempts the buffer from the misalignment switch.
   bool keepAligned = false;
 
