@@ -110,14 +110,17 @@ std::string standardOutputOf(Call call) {
   return testing::internal::GetCapturedStdout();
 }
 
-// From here on nothing can be opened, and so no shell command be started.
+// From here on nothing can be opened, and so no shell command be started; until the process ends,
+// when a sanitizer may want to open something.
 inline void forbidOpening() {
+  static rlimit before = {};
+  getrlimit(RLIMIT_NOFILE, &before);
   const int free = dup(0);
   close(free);
-  rlimit limit = {};
-  getrlimit(RLIMIT_NOFILE, &limit);
+  rlimit limit = before;
   limit.rlim_cur = static_cast<rlim_t>(free);
   setrlimit(RLIMIT_NOFILE, &limit);
+  std::atexit([] { setrlimit(RLIMIT_NOFILE, &before); });
 }
 
 #endif  // LUMEN_TEST_DRIVER_SUPPORT_H

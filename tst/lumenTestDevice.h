@@ -45,6 +45,6 @@ unsigned char* lum_test_stackprefill(int& marker);
 void lum_test_stackusage(unsigned char* top, const char* name);
 
 // Code that deals with the real stack, below what it has allocated there.
-#define LUMEN_TEST_ON_REAL_STACK [[gnu::noinline, gnu::no_sanitize("address")]]
+#define LUMEN_TEST_ON_REAL_STACK __attribute__((noinline, no_sanitize("address")))
 
 #endif  // LUMEN_TEST_DEVICE_H

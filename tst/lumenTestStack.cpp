@@ -30,5 +30,6 @@ LUMEN_TEST_ON_REAL_STACK void lum_test_stackusage(unsigned char* top, const char
   const ptrdiff_t untouched = touched - (top - kPainted);
   LUMEN_TEST_Log(
       "STACK USAGE STATS ==> %s, Stack Max PTR : %p; USAGE : %td KB; REMAINING : %td KB\n", name,
-      const_cast<unsigned char*>(touched), (kPainted - untouched) >> 10, untouched >> 10);
+      const_cast<void*>(static_cast<volatile void*>(touched)), (kPainted - untouched) >> 10,
+      untouched >> 10);
 }
