@@ -21,7 +21,7 @@ using testing::Not;
 using testing::StartsWith;
 
 // Puts a directory with made-up tools in front of the shell's path.
-struct FakeTools : TempDirectory {
+struct FakeTools : RunDirectory {
   FakeTools() { setenv("PATH", inFrontOfPath().c_str(), 1); }
 };
 
