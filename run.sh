@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds lumenTest and runs it on the shipped data. Options go to lumenTest; without any, everything
-# that is built is tested on all unit slots, and every call timed a hundred times.
+# that is built is tested on all unit slots, and every call timed a thousand times.
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -25,5 +25,5 @@ if [ "$largest" -gt 3 ]; then
   tools/lumen-testdata --profiling "$largest" >&2
 fi
 
-[ ${#options[@]} -eq 0 ] && options=(-l 100)
+[ ${#options[@]} -eq 0 ] && options=(-l 1000)
 exec build/lumenTest testdata "${options[@]}"

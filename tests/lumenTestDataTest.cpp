@@ -80,7 +80,7 @@ TEST_F(TestData, BadDataFilesAreRefused) {
   EXPECT_EQ(failureOf("unsigned_char" + string(300, ' ') + "\n1 1\n1\nx", readU8).size(), 2u);
 
   LUMEN_TEST_Buffer buffer;
-  for (const string& path : {directory.path(), directory.file("missing.data")}) {
+  for (const string& path : {directory.path(), directory.path() + "/missing.data"}) {
     EXPECT_EQ(readU8(path.c_str(), buffer), 1);
     EXPECT_EQ(log.take(), Lines{"Could not open '" + path + "'...\n"});
   }
@@ -108,7 +108,7 @@ TEST_F(TestData, CsvValuesMustFitTheirType) {
     directory.write("v.csv", string("1,1,0,0,1,1\n") + value);
     LUMEN_TEST_Buffer buffer;
     const int result =
-        LUMEN_TEST_ReadCsvBuffer<T>(directory.file("v.csv").c_str(), buffer, LUMEN_MEM_HEAP);
+        LUMEN_TEST_ReadCsvBuffer<T>((directory.path() + "/v.csv").c_str(), buffer, LUMEN_MEM_HEAP);
     return result == 0 ? std::optional<T>(*buffer.roi<T>()) : std::nullopt;
   };
   using u8 = unsigned char;

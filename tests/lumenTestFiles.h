@@ -1,62 +1,34 @@
-// What tests of readers need: a folder of their own, and the log.
+// What tests of buffers and readers share: the log as texts, and buffers with given elements.
 
 #ifndef LUMEN_TEST_FILES_H
 #define LUMEN_TEST_FILES_H
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
+#include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "lumenTestBuffer.h"
-#include "platform/lumenPlatformHost.h"
-
-// A folder that lives as long as this object.
-class TempDirectory {
- public:
-  TempDirectory() : path_(testing::TempDir() + "lumen." + std::to_string(getpid())) {
-    std::filesystem::create_directories(path_);
-  }
-  ~TempDirectory() { std::filesystem::remove_all(path_); }
-  TempDirectory(const TempDirectory&) = delete;
-  TempDirectory& operator=(const TempDirectory&) = delete;
-
-  const std::string& path() const { return path_; }
-  std::string file(const std::string& name) const { return path_ + "/" + name; }
-  std::string write(const std::string& name, const std::string& content) const {
-    std::ofstream(file(name), std::ios::binary) << content;
-    return file(name);
-  }
-
- private:
-  std::string path_;
-};
-
-// Collects log records instead of printing them.
-class LogCapture {
- public:
-  LogCapture() : previous_(lumHostSetLogSink(collect)) { lines_.clear(); }
-  ~LogCapture() { lumHostSetLogSink(previous_); }
-  LogCapture(const LogCapture&) = delete;
-  LogCapture& operator=(const LogCapture&) = delete;
-
-  // What was logged since the last call.
-  std::vector<std::string> take() { return std::exchange(lines_, {}); }
-
- private:
-  static void collect(lumLogPriority priority, const char* tag, const char* text) {
-    EXPECT_EQ(priority, LUM_LOG_DEBUG);
-    EXPECT_STREQ(tag, "lumen_test");
-    lines_.push_back(text);
-  }
-  static inline std::vector<std::string> lines_;
-  lumLogSink previous_;
-};
+#include "lumenTestDriverSupport.h"
 
 using Lines = std::vector<std::string>;
+
+// Catches the log: the texts that the test program logged since they were last taken.
+class LogCapture {
+ public:
+  Lines take() {
+    const std::string prefix = "D/lumen_test: ";
+    Lines lines = std::exchange(CapturedLog::lines(), {});
+    for (std::string& line : lines) {
+      EXPECT_EQ(line.substr(0, prefix.size()), prefix);
+      line.erase(0, prefix.size());
+    }
+    return lines;
+  }
+
+ private:
+  CapturedLog captured_;
+};
 
 // All elements of a buffer, padding included.
 template <class T>

@@ -94,7 +94,7 @@ TEST_F(TestImage, PyramidReaderTakesOneChannelOfTheGivenSizeOnly) {
 }
 
 TEST_F(TestImage, WriterAndReaderAreOneFormat) {
-  const string path = directory.file("written.ppm");
+  const string path = directory.path() + "/written.ppm";
   const unsigned char pixels[] = {0, 10, 13, 35, 255, 32};
   for (const int of : {1, 3}) {
     ASSERT_EQ(LUMEN_TEST_IMGIO_writeppm(pixels, 6 / of, 1, of, path.c_str()), 1);
