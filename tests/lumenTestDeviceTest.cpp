@@ -21,7 +21,7 @@ using testing::Not;
 using testing::StartsWith;
 
 // Puts a directory with made-up tools in front of the shell's path.
-struct FakeTools : RunDirectory {
+struct FakeTools : TempDirectory {
   FakeTools() { setenv("PATH", inFrontOfPath().c_str(), 1); }
 };
 
@@ -46,7 +46,7 @@ TEST(TestVersion, OfASharedBuildIsLoggedBesideTheOwn) {
       command.substr(command.rfind(' ') + 1, command.rfind('/') - command.rfind(' ')) +
       "liblumen.so";
   if (!std::filesystem::exists(library)) GTEST_SKIP() << library << " is not built";
-  const RunDirectory directory;
+  const TempDirectory directory;
   std::filesystem::create_symlink(library, directory.path() + "/liblumenopt.so");
   const ProgramRun run = runLumenTest("", "LD_LIBRARY_PATH=" + directory.path());
   EXPECT_EQ(run.status, 1);  // no arguments

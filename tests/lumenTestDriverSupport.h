@@ -40,16 +40,15 @@ class CapturedLog {
   }
 };
 
-// A directory for runs of the test program: data, tools, output. Each object has its own, which
-// lives as long as it does.
-class RunDirectory {
+// A directory that lives as long as the object.
+class TempDirectory {
  public:
-  RunDirectory() {
+  TempDirectory() {
     std::string name = std::filesystem::temp_directory_path() / "lumenTestXXXXXX";
     if (!mkdtemp(name.data())) std::abort();
     path_ = name;
   }
-  ~RunDirectory() { std::filesystem::remove_all(path_); }
+  ~TempDirectory() { std::filesystem::remove_all(path_); }
 
   std::string path() const { return path_; }
   std::string write(const std::string& name, const std::string& text) const {
@@ -95,7 +94,7 @@ struct ProgramRun {
 // `together`, all that it writes is in `out`, in the order in which a terminal would show it.
 inline ProgramRun runLumenTest(const std::string& arguments, const std::string& before = "",
                                bool together = false) {
-  const RunDirectory directory;
+  const TempDirectory directory;
   const std::string out = directory.path() + "/out", err = directory.path() + "/err";
   const std::string command = before + " " + LUMEN_TEST_COMMAND " " + arguments + " >" + out +
                               " 2>" + (together ? "&1" : err);

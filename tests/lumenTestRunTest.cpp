@@ -145,7 +145,7 @@ TEST(TestDefaultMode, PassesOnlyWhenEveryTestIsBuiltAndPassed) {
 // What -t, -M and -OPT come to: slots, mode of the initialization, whether the DSP's libraries are
 // asked for. Within one process, as starting programs is slow.
 TEST(TestRun, ChoosesSlotsAndTheInitialization) {
-  const RunDirectory directory;
+  const TempDirectory directory;
   const CapturedLog log;
   // Lists the libraries, so that the check passes and the run goes on.
   directory.writeTool("ls",
@@ -221,7 +221,7 @@ TEST(TestRun, StopsWithoutTheTestTable) {
 }
 
 TEST(TestRun, StopsWithoutTheDspLibraries) {
-  const RunDirectory directory;
+  const TempDirectory directory;
   directory.write("LumenTestTable.csv", testTable(""));
   const std::string before =
       "LUMEN_SYSTEM_PROPERTIES=" + directory.write("properties", "vendor.runtime.skel.flag=1\n");
@@ -237,7 +237,7 @@ TEST(TestRun, StopsWithoutTheDspLibraries) {
 
 // The whole of a run: the log and standard output, in the order in which a terminal shows them.
 TEST(TestRun, GoesThroughAllModulesInOrder) {
-  const RunDirectory directory;
+  const TempDirectory directory;
   directory.write("LumenTestTable.csv", testTable("lumMseru8,0,0,0,0,1,0,0,0,0,0,0,0,0\n"));
   const ProgramRun run = runLumenTest(directory.path() + " -TWOp -psb 1000 -M 2", "", true);
   EXPECT_EQ(run.status, 0);
@@ -277,7 +277,7 @@ TEST(TestRun, GoesThroughAllModulesInOrder) {
 }
 
 TEST(TestRun, RunsWhatIsSelected) {
-  const RunDirectory directory;
+  const TempDirectory directory;
   directory.write("LumenTestTable.csv", testTable("lumMseru8,0,0,0,0,1,0,0,0,0,0,0,0,0\n"));
   const ProgramRun none = runLumenTest(directory.path() + " -m NOSUCH -nbp -t 4");
   EXPECT_EQ(none.status, 0);

@@ -14,7 +14,7 @@ std::vector<float> ask(unsigned int funcId, unsigned int slot) {
 }
 
 // Reads a table with these lines; the log without the lines about functions that it lacks.
-std::vector<std::string> read(const RunDirectory& directory, const std::string& lines) {
+std::vector<std::string> read(const TempDirectory& directory, const std::string& lines) {
   const CapturedLog log;
   directory.write("LumenTestTable.csv", testTable(lines));
   LUMEN_TEST_ClearTestTable();
@@ -42,7 +42,7 @@ TEST(TestFunctions, NamesAreFoundByTheirExactText) {
 }
 
 TEST(TestTable, AnswersForUnitsAndModes) {
-  const RunDirectory directory;
+  const TempDirectory directory;
   EXPECT_THAT(read(directory,
                    "lumAbsDiffu8,1,1,0,0,2,0,2,1,0.5,0.25,0,0,8\n"
                    "lumAbsDiffs32,0,0,0,0,1,0,2,1,0.5,9,9,9,9\n"
@@ -68,7 +68,7 @@ TEST(TestTable, AnswersForUnitsAndModes) {
 }
 
 TEST(TestTable, KeepsTheLastLineOfAFunctionAndDropsUnknownOnes) {
-  const RunDirectory directory;
+  const TempDirectory directory;
   const std::string file = directory.path() + "/LumenTestTable.csv.\n";
   EXPECT_THAT(read(directory,
                    "lumMseru8,1,0,0,0,1,1,1,1,1,0,0,0,0\n"
@@ -84,7 +84,7 @@ TEST(TestTable, KeepsTheLastLineOfAFunctionAndDropsUnknownOnes) {
 }
 
 TEST(TestTable, IsNotTrusted) {
-  const RunDirectory directory;
+  const TempDirectory directory;
   const std::string file = directory.path() + "/LumenTestTable.csv";
   EXPECT_THAT(read(directory,
                    "lumAbsDiffu8,1,1,1,1,3,0,0,0,0,1,1,1,1\n"
@@ -101,7 +101,7 @@ TEST(TestTable, IsNotTrusted) {
 }
 
 TEST(TestTable, MustBeAFileWithAPathThatFits) {
-  const RunDirectory directory;
+  const TempDirectory directory;
   directory.write("file", "");
   std::filesystem::create_directories(directory.path() + "/folder/LumenTestTable.csv");
   // A directory whose table would be found if the path were cut to its first 254 characters.
