@@ -50,7 +50,7 @@ class lumBuffer {
   void* raw_ = nullptr;    // what the allocator returned
   uint8_t* data_ = nullptr;
   lumMemOption option_ = LUMEN_MEM_HEAP;
-  uint32_t reserved_ = 0;
+  [[maybe_unused]] uint32_t reserved_ = 0;
   void* sharedMem_ = nullptr;  // what the shared-memory allocator returned
   uint32_t sharedMemSize_ = 0;
 };

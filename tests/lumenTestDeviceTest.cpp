@@ -39,6 +39,27 @@ TEST(TestVersion, IsLoggedWithoutASharedBuild) {
                               HasSubstr("liblumenopt.so"), EndsWith("\n")));
 }
 
+// The library's own shared build serves as the optional one.
+TEST(TestVersion, OfASharedBuildIsLoggedBesideTheOwn) {
+  const std::string command = LUMEN_TEST_COMMAND;
+  const std::string library =
+      command.substr(command.rfind(' ') + 1, command.rfind('/') - command.rfind(' ')) +
+      "liblumen.so";
+  if (!std::filesystem::exists(library)) GTEST_SKIP() << library << " is not built";
+  const TempDirectory directory;
+  std::filesystem::create_symlink(library, directory.path() + "/liblumenopt.so");
+  const ProgramRun run = runLumenTest("", "LD_LIBRARY_PATH=" + directory.path());
+  EXPECT_EQ(run.status, 1);  // no arguments
+  EXPECT_THAT(run.err, testing::ContainsRegex(
+                           "^D/lumen_test: lumtest_print_ver: E\n"
+                           "D/lumen_test: Static-Lib version: 1.7.1\n"
+                           "D/lumen_test: handle: 0x[0-9a-f]+\n"
+                           "D/lumen_test: Shared-Lib version: 1.7.1 , handle: 0x[0-9a-f]+\n"
+                           "D/lumen_test: After If condition:lumtest_print_ver\n"
+                           "D/lumen_test: lumtest_print_ver: X\n"
+                           "USAGE"));
+}
+
 TEST(TestClocks, CommandsThatWriteSomethingHaveFailed) {
   EXPECT_STREQ(LUMEN_TEST_BUMP_COMMANDS[0].message, "ERROR: popen \"stop mpdecision\" error\n");
   EXPECT_STREQ(LUMEN_TEST_BUMP_COMMANDS[3].command,

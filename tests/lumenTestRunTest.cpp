@@ -197,6 +197,21 @@ TEST(TestRun, ChoosesSlotsAndTheInitialization) {
   EXPECT_EQ(lumenTestRunConfig.targetReserved, 0);
 }
 
+TEST(TestRun, SeedsTheGenerator) {
+  const CapturedLog log;
+  const auto firstOf = [](long seed) {
+    LUMEN_TEST_Options options;
+    if (seed != 0) options.seed = seed;
+    standardOutputOf([&] { LUMEN_TEST_Run("lumenTest", "/nonexistent", options); });
+    return std::rand();
+  };
+  for (const unsigned int seed : {1246302971u, 5u}) {
+    std::srand(seed);
+    const int expected = std::rand();
+    EXPECT_EQ(firstOf(seed == 5 ? 5 : 0), expected);
+  }
+}
+
 // A command that cannot be started ends the run where it stands, with status 0.
 TEST(TestRun, RaisesTheClocksBeforeAnythingElse) {
   LUMEN_TEST_Options options;

@@ -104,10 +104,11 @@ TEST(TestTable, MustBeAFileWithAPathThatFits) {
   const TempDirectory directory;
   directory.write("file", "");
   std::filesystem::create_directories(directory.path() + "/folder/LumenTestTable.csv");
-  // A directory whose table would be found if the path were cut to its first 254 characters.
+  // A table is there, but its path does not fit.
   std::string longName = directory.path();
   while (longName.size() < 250) longName += "/x";
   std::filesystem::create_directories(longName);
+  std::ofstream(longName + "/LumenTestTable.csv") << testTable("");
 
   for (const std::string& data :
        {directory.path() + "/missing", directory.path() + "/file", directory.path() + "/folder",

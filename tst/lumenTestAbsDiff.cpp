@@ -5,182 +5,123 @@
 // are stored as images of one channel with rows that many times as long.
 
 #include <array>
-#include <cstring>
-#include <tuple>
+#include <limits>
+#include <string_view>
+#include <utility>
 
 #include "lumen/lumenArithm.h"
-#include "lumenTestBuffer.h"
-#include "lumenTestCompare.h"
 #include "lumenTestModule.h"
 #include "lumenTestModules.h"
-#include "lumenTestScript.h"
 
 namespace {
 
-// What both kinds of cases share: reference and destination.
-template <class TDst>
-struct Output {
-  LUMEN_TEST_Buffer reference, destination;
-
-  bool shape(lumMemOption option) {
-    return destination.Shape(reference.shape(), option, /*reuse=*/true);
-  }
-  TDst* data() { return destination.roi<TDst>(); }
-  int compare(float tolerance) {
-    return LUMEN_TEST_CompareBuffers<TDst>(reference, destination, static_cast<TDst>(tolerance));
-  }
-};
-
-// The call's width and height are the first source's, and both sources step their rows by its
-// stride; the destination steps by the second source's stride.
+// Both sources step their rows by the first one's stride. Rows of a script pass the second source's
+// stride for the destination's.
 template <class T, class TDst>
-struct TwoSources {
-  LUMEN_TEST_Buffer src1, src2;
-  Output<TDst> out;
-
-  int read(const LUMEN_TEST_Script& script, lumMemOption option) {
-    return LUMEN_TEST_ReadControlScript(
-        script.dataDirectory(), script.file(), 4, option, LUMEN_TEST_ElementsOf<T>(src1),
-        LUMEN_TEST_ElementsOf<T>(src2), LUMEN_TEST_ElementsOf<TDst>(out.reference));
-  }
-
-  LUMEN_TEST_RowState prepare(lumMemOption option) {
-    if (!out.shape(option)) return LUMEN_TEST_RowState::outOfMemory;
-    const uint32_t width = src1.roiWidth(), height = src1.roiHeight();
-    const bool fits = src1.holds(width, height, src1.strideBytes()) &&
-                      src2.holds(width, height, src1.strideBytes()) &&
-                      out.destination.holds(width, height, src2.strideBytes());
-    return fits ? LUMEN_TEST_RowState::ready : LUMEN_TEST_RowState::unusable;
-  }
-
-  template <class F>
-  void call(F* absDiff) {
-    absDiff(src1.roi<T>(), src2.roi<T>(), src1.roiWidth(), src1.roiHeight(), src1.strideBytes(),
-            out.data(), src2.strideBytes());
-  }
-
-  int compare(float tolerance) { return out.compare(tolerance); }
-  void flush() { LUMEN_TEST_FlushBuffers(src1, src2, out.destination); }
+constexpr LUMEN_TEST_Image kTwoSources[] = {
+    {.name = "src1", .type = LUMEN_TEST_TypeOf<T>},
+    {.name = "src2", .type = LUMEN_TEST_TypeOf<T>, .strideOf = 0},
+    {.name = "dst", .type = LUMEN_TEST_TypeOf<TDst>, .isWritten = true, .scriptStrideOf = 1},
 };
 
-template <class T, class TDst, size_t kChannels>
-struct OneSource {
-  LUMEN_TEST_Buffer src;
-  std::array<T, kChannels> values;
-  Output<TDst> out;
-
-  int read(const LUMEN_TEST_Script& script, lumMemOption option) {
-    return std::apply(
-        [&](auto&... value) {
-          return LUMEN_TEST_ReadControlScript(
-              script.dataDirectory(), script.file(), 3 + static_cast<int>(kChannels), option,
-              LUMEN_TEST_ElementsOf<T>(src), &value..., LUMEN_TEST_ElementsOf<TDst>(out.reference));
-        },
-        values);
-  }
-
-  LUMEN_TEST_RowState prepare(lumMemOption option) {
-    if (!out.shape(option)) return LUMEN_TEST_RowState::outOfMemory;
-    const uint32_t width = src.roiWidth(), height = src.roiHeight();
-    const bool fits = width % kChannels == 0 && src.holds(width, height, src.strideBytes()) &&
-                      out.destination.holds(width, height, out.destination.strideBytes());
-    return fits ? LUMEN_TEST_RowState::ready : LUMEN_TEST_RowState::unusable;
-  }
-
-  template <class F>
-  void call(F* absDiff) {
-    std::apply(
-        [&](auto... value) {
-          absDiff(src.roi<T>(), value..., src.roiWidth() / static_cast<uint32_t>(kChannels),
-                  src.roiHeight(), src.strideBytes(), out.data(), out.destination.strideBytes());
-        },
-        values);
-  }
-
-  int compare(float tolerance) { return out.compare(tolerance); }
-  void flush() { LUMEN_TEST_FlushBuffers(src, out.destination); }
+template <class T, class TDst, uint32_t kChannels>
+constexpr LUMEN_TEST_Image kOneSource[] = {
+    {.name = "src", .type = LUMEN_TEST_TypeOf<T>, .channels = kChannels},
+    {.name = "dst", .type = LUMEN_TEST_TypeOf<TDst>, .isWritten = true, .channels = kChannels},
 };
 
-// Times a call on an image of 320 x 240 pixels, at the default resolution only. The first
-// width x height bytes of the source are 255, the rest 0; channel k has the value 10 (k + 1).
-template <class T, class TDst, size_t kChannels, class F>
-void profileChannels(const LUMEN_TEST_UnitRun& run, F* absDiff) {
-  if (lumenTestRunConfig.resolution != 0) return;
-  constexpr int kWidth = 320, kHeight = 240, kRow = kWidth * static_cast<int>(kChannels);
-  const LUMEN_TEST_Buffer::MemShape_ shape = {kRow, kHeight, 0, 0, kRow, kHeight, sizeof(T), 0};
+// One value for each channel.
+template <class T>
+constexpr LUMEN_TEST_Scalar value(const char* name, double forProfiling) {
+  using Limits = std::numeric_limits<T>;
+  return {name, LUMEN_TEST_TypeOf<T>, Limits::lowest(), Limits::max(), forProfiling};
+}
+template <class T, size_t kChannels>
+constexpr std::array<LUMEN_TEST_Scalar, kChannels> kValues = [] {
+  constexpr const char* kNames[] = {"value1", "value2", "value3", "value4"};
+  std::array<LUMEN_TEST_Scalar, kChannels> values = {};
+  for (size_t k = 0; k < kChannels; ++k) values[k] = value<T>(kNames[k], 10.0 * double(k + 1));
+  return values;
+}();
 
-  OneSource<T, TDst, kChannels> images;
-  if (!images.src.Shape(shape, run.memOption(), true) ||
-      !images.out.destination.Shape(shape, run.memOption(), true)) {
-    LUMEN_TEST_Log("Out of memory...Allocating %s\n", run.name);
-    return;
-  }
-  std::memset(images.src.data(), 255, kWidth * kHeight);
-  for (size_t k = 0; k < kChannels; ++k) images.values[k] = static_cast<T>(10 * (k + 1));
-  LUMEN_TEST_TimeCalls(run, images, absDiff);
+// Scripts are named as what follows the family's name in the function's.
+constexpr const char* suffixOf(LUMEN_FUNC id) {
+  return LUMEN_FUNC_NAME[id] + std::string_view("lumAbsDiff").size();
 }
 
-template <class T, class TDst, class F>
-int twoSources(const LUMEN_TEST_UnitRun& run, const char* suffix, F* absDiff) {
-  return LUMEN_TEST_RunUnit<TwoSources<T, TDst>>(run, {"lumenabsdiff", suffix}, absDiff);
+template <auto* absDiff, class T, class TDst>
+constexpr LUMEN_TEST_Description twoSources(LUMEN_FUNC id) {
+  return {.name = LUMEN_FUNC_NAME[id],
+          .id = id,
+          .scripts = {"lumenabsdiff", suffixOf(id), /*hasProfiling=*/true},
+          .images = kTwoSources<T, TDst>,
+          .scalars = {},
+          .call = [](const LUMEN_TEST_Arguments& a) {
+            absDiff(a.as<const T>(0), a.as<const T>(1), a.width, a.height, a.stride[0],
+                    a.as<TDst>(2), a.stride[2]);
+          }};
 }
 
-template <class T, class TDst, size_t kChannels, class F>
-int oneSource(const LUMEN_TEST_UnitRun& run, const char* suffix, F* absDiff) {
-  return LUMEN_TEST_RunUnit<OneSource<T, TDst, kChannels>>(run, {"lumenabsdiff", suffix}, absDiff);
+template <auto* absDiff, class T, class TDst, size_t kChannels>
+constexpr LUMEN_TEST_Description oneSource(LUMEN_FUNC id) {
+  return {.name = LUMEN_FUNC_NAME[id],
+          .id = id,
+          .scripts = {"lumenabsdiff", suffixOf(id), /*hasProfiling=*/kChannels == 1},
+          .images = kOneSource<T, TDst, kChannels>,
+          .scalars = kValues<T, kChannels>,
+          .call = [](const LUMEN_TEST_Arguments& a) {
+            [&]<size_t... k>(std::index_sequence<k...>) {
+              absDiff(a.as<const T>(0), a.value<T>(k)..., a.width, a.height, a.stride[0],
+                      a.as<TDst>(1), a.stride[1]);
+            }
+            (std::make_index_sequence<kChannels>());
+          }};
 }
+
+constexpr auto ku8 = twoSources<lumAbsDiffu8, uint8_t, uint8_t>(LUMEN_FUNC_lumAbsDiffu8);
+constexpr auto ks32 = twoSources<lumAbsDiffs32, int32_t, uint32_t>(LUMEN_FUNC_lumAbsDiffs32);
+constexpr auto kf32 = twoSources<lumAbsDifff32, float, float>(LUMEN_FUNC_lumAbsDifff32);
+constexpr auto kVu8 = oneSource<lumAbsDiffVu8, uint8_t, uint8_t, 1>(LUMEN_FUNC_lumAbsDiffVu8);
+constexpr auto kVs32 = oneSource<lumAbsDiffVs32, int32_t, uint32_t, 1>(LUMEN_FUNC_lumAbsDiffVs32);
+constexpr auto kVf32 = oneSource<lumAbsDiffVf32, float, float, 1>(LUMEN_FUNC_lumAbsDiffVf32);
+constexpr auto kVc3u8 = oneSource<lumAbsDiffVc3u8, uint8_t, uint8_t, 3>(LUMEN_FUNC_lumAbsDiffVc3u8);
+constexpr auto kVc3s32 =
+    oneSource<lumAbsDiffVc3s32, int32_t, uint32_t, 3>(LUMEN_FUNC_lumAbsDiffVc3s32);
+constexpr auto kVc3f32 = oneSource<lumAbsDiffVc3f32, float, float, 3>(LUMEN_FUNC_lumAbsDiffVc3f32);
+constexpr auto kVc4u8 = oneSource<lumAbsDiffVc4u8, uint8_t, uint8_t, 4>(LUMEN_FUNC_lumAbsDiffVc4u8);
+constexpr auto kVc4s32 =
+    oneSource<lumAbsDiffVc4s32, int32_t, uint32_t, 4>(LUMEN_FUNC_lumAbsDiffVc4s32);
+constexpr auto kVc4f32 = oneSource<lumAbsDiffVc4f32, float, float, 4>(LUMEN_FUNC_lumAbsDiffVc4f32);
 
 }  // namespace
 
-LUMEN_UNIT_TEST(lumAbsDiffu8) { return twoSources<uint8_t, uint8_t>(run, "u8", lumAbsDiffu8); }
-LUMEN_UNIT_TEST(lumAbsDiffs32) { return twoSources<int32_t, uint32_t>(run, "s32", lumAbsDiffs32); }
-LUMEN_UNIT_TEST(lumAbsDifff32) { return twoSources<float, float>(run, "f32", lumAbsDifff32); }
-
-LUMEN_UNIT_TEST(lumAbsDiffVu8) { return oneSource<uint8_t, uint8_t, 1>(run, "Vu8", lumAbsDiffVu8); }
-LUMEN_UNIT_TEST(lumAbsDiffVs32) {
-  return oneSource<int32_t, uint32_t, 1>(run, "Vs32", lumAbsDiffVs32);
-}
-LUMEN_UNIT_TEST(lumAbsDiffVf32) { return oneSource<float, float, 1>(run, "Vf32", lumAbsDiffVf32); }
-
-LUMEN_UNIT_TEST_ONLY(lumAbsDiffVc3u8) {
-  return oneSource<uint8_t, uint8_t, 3>(run, "Vc3u8", lumAbsDiffVc3u8);
-}
-LUMEN_PROFILING(lumAbsDiffVc3u8) { profileChannels<uint8_t, uint8_t, 3>(run, lumAbsDiffVc3u8); }
-LUMEN_UNIT_TEST_ONLY(lumAbsDiffVc3s32) {
-  return oneSource<int32_t, uint32_t, 3>(run, "Vc3s32", lumAbsDiffVc3s32);
-}
-LUMEN_PROFILING(lumAbsDiffVc3s32) { profileChannels<int32_t, uint32_t, 3>(run, lumAbsDiffVc3s32); }
-LUMEN_UNIT_TEST_ONLY(lumAbsDiffVc3f32) {
-  return oneSource<float, float, 3>(run, "Vc3f32", lumAbsDiffVc3f32);
-}
-LUMEN_PROFILING(lumAbsDiffVc3f32) { profileChannels<float, float, 3>(run, lumAbsDiffVc3f32); }
-LUMEN_UNIT_TEST_ONLY(lumAbsDiffVc4u8) {
-  return oneSource<uint8_t, uint8_t, 4>(run, "Vc4u8", lumAbsDiffVc4u8);
-}
-LUMEN_PROFILING(lumAbsDiffVc4u8) { profileChannels<uint8_t, uint8_t, 4>(run, lumAbsDiffVc4u8); }
-LUMEN_UNIT_TEST_ONLY(lumAbsDiffVc4s32) {
-  return oneSource<int32_t, uint32_t, 4>(run, "Vc4s32", lumAbsDiffVc4s32);
-}
-LUMEN_PROFILING(lumAbsDiffVc4s32) { profileChannels<int32_t, uint32_t, 4>(run, lumAbsDiffVc4s32); }
-LUMEN_UNIT_TEST_ONLY(lumAbsDiffVc4f32) {
-  return oneSource<float, float, 4>(run, "Vc4f32", lumAbsDiffVc4f32);
-}
-LUMEN_PROFILING(lumAbsDiffVc4f32) { profileChannels<float, float, 4>(run, lumAbsDiffVc4f32); }
+LUMEN_UNIT_TEST(lumAbsDiffu8, ku8)
+LUMEN_UNIT_TEST(lumAbsDiffs32, ks32)
+LUMEN_UNIT_TEST(lumAbsDifff32, kf32)
+LUMEN_UNIT_TEST(lumAbsDiffVu8, kVu8)
+LUMEN_UNIT_TEST(lumAbsDiffVs32, kVs32)
+LUMEN_UNIT_TEST(lumAbsDiffVf32, kVf32)
+LUMEN_UNIT_TEST_ONLY(lumAbsDiffVc3u8, kVc3u8)
+LUMEN_UNIT_TEST_ONLY(lumAbsDiffVc3s32, kVc3s32)
+LUMEN_UNIT_TEST_ONLY(lumAbsDiffVc3f32, kVc3f32)
+LUMEN_UNIT_TEST_ONLY(lumAbsDiffVc4u8, kVc4u8)
+LUMEN_UNIT_TEST_ONLY(lumAbsDiffVc4s32, kVc4s32)
+LUMEN_UNIT_TEST_ONLY(lumAbsDiffVc4f32, kVc4f32)
 
 int LUMEN_TEST_ABSDIFF_Test(int loops, const char* dataDirectory) {
   static constexpr LUMEN_TEST_Function functions[] = {
-      LUMEN_TEST_FUNCTION(lumAbsDiffu8),
-      LUMEN_TEST_FUNCTION(lumAbsDiffs32),
-      LUMEN_TEST_FUNCTION(lumAbsDifff32),
-      LUMEN_TEST_FUNCTION(lumAbsDiffVu8),
-      LUMEN_TEST_FUNCTION(lumAbsDiffVs32),
-      LUMEN_TEST_FUNCTION(lumAbsDiffVf32),
-      LUMEN_TEST_FUNCTION_PROFILED(lumAbsDiffVc3u8),
-      LUMEN_TEST_FUNCTION_PROFILED(lumAbsDiffVc3s32),
-      LUMEN_TEST_FUNCTION_PROFILED(lumAbsDiffVc3f32),
-      LUMEN_TEST_FUNCTION_PROFILED(lumAbsDiffVc4u8),
-      LUMEN_TEST_FUNCTION_PROFILED(lumAbsDiffVc4s32),
-      LUMEN_TEST_FUNCTION_PROFILED(lumAbsDiffVc4f32),
+      {&ku8, unitTest_lumAbsDiffu8},
+      {&ks32, unitTest_lumAbsDiffs32},
+      {&kf32, unitTest_lumAbsDifff32},
+      {&kVu8, unitTest_lumAbsDiffVu8},
+      {&kVs32, unitTest_lumAbsDiffVs32},
+      {&kVf32, unitTest_lumAbsDiffVf32},
+      {&kVc3u8, nullptr, unitTest_lumAbsDiffVc3u8, profiling_lumAbsDiffVc3u8},
+      {&kVc3s32, nullptr, unitTest_lumAbsDiffVc3s32, profiling_lumAbsDiffVc3s32},
+      {&kVc3f32, nullptr, unitTest_lumAbsDiffVc3f32, profiling_lumAbsDiffVc3f32},
+      {&kVc4u8, nullptr, unitTest_lumAbsDiffVc4u8, profiling_lumAbsDiffVc4u8},
+      {&kVc4s32, nullptr, unitTest_lumAbsDiffVc4s32, profiling_lumAbsDiffVc4s32},
+      {&kVc4f32, nullptr, unitTest_lumAbsDiffVc4f32, profiling_lumAbsDiffVc4f32},
   };
   return LUMEN_TEST_RunModule(functions, loops, dataDirectory);
 }

@@ -271,7 +271,7 @@ bool readHeader(FILE* file, const char* dataDirectory, std::vector<char>& line,
 
 int LUMEN_TEST_ReadScriptRow(const char* dataDirectory, FILE* file, int numArguments,
                              lumMemOption opt,
-                             std::initializer_list<LUMEN_TEST_Destination> destinations) {
+                             std::span<const LUMEN_TEST_Destination> destinations) {
   std::vector<char> line(kLine);
   std::vector<std::string> types;
   if (!readHeader(file, dataDirectory, line, types)) return 0;
@@ -297,7 +297,7 @@ int LUMEN_TEST_ReadScriptRow(const char* dataDirectory, FILE* file, int numArgum
   }
 
   FieldReader reader = {dataDirectory, opt};
-  const LUMEN_TEST_Destination* destination = destinations.begin();
+  auto destination = destinations.begin();
   for (size_t column = 0; column < std::min(fields.size(), types.size()); ++column) {
     if (destination == destinations.end()) return 1;
     const std::string &written = types[column], &field = fields[column];

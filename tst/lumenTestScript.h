@@ -2,10 +2,12 @@
 // second their types, every further line one field for each column. Fields are split at commas
 // outside double quotes; blank lines and lines that begin with '#' are passed over.
 //
-//   scalar types   unsignedchar char unsignedint int bool short unsignedshort unsignedlong long
-//   float char*          text, of which 98 characters count type[]         a file with an array,
-//   read as its name ends: pgm, data, or numeric CSV struct         a file with records miraRect a
-//   file with a rectangle
+// - unsignedchar, char, unsignedint, int, bool, short, unsignedshort, unsignedlong, long, float: a
+//   number
+// - char*: text, of which 98 characters count
+// - a scalar type with []: a file with an array, read as its name ends: pgm, data, or numeric CSV
+// - struct: a file with records
+// - miraRect: a file with a rectangle
 //
 // A type that is written short means the first of all types that begins so; the list in
 // lumenTestScript.cpp has their order.
@@ -13,9 +15,10 @@
 #ifndef LUMEN_TEST_SCRIPT_H
 #define LUMEN_TEST_SCRIPT_H
 
+#include <array>
 #include <cstddef>
 #include <cstdio>
-#include <initializer_list>
+#include <span>
 #include <variant>
 
 #include "lumenTestBuffer.h"
@@ -50,12 +53,13 @@ using LUMEN_TEST_Destination =
 // what the script's type makes of the field (a blank field is 0) and must fit the destination.
 int LUMEN_TEST_ReadScriptRow(const char* dataDirectory, FILE* file, int numArguments,
                              lumMemOption opt,
-                             std::initializer_list<LUMEN_TEST_Destination> destinations);
+                             std::span<const LUMEN_TEST_Destination> destinations);
 
 template <class... Destination>
 int LUMEN_TEST_ReadControlScript(const char* dataDirectory, FILE* file, int numArguments,
                                  lumMemOption opt, Destination... destination) {
-  return LUMEN_TEST_ReadScriptRow(dataDirectory, file, numArguments, opt, {destination...});
+  const std::array<LUMEN_TEST_Destination, sizeof...(destination)> destinations = {destination...};
+  return LUMEN_TEST_ReadScriptRow(dataDirectory, file, numArguments, opt, destinations);
 }
 
 #endif  // LUMEN_TEST_SCRIPT_H
