@@ -9,16 +9,18 @@
 #include <cpuid.h>
 #endif
 
-namespace {
-
 #if defined(__x86_64__)
+
+namespace {
 
 bool hasHalfFloats() {
   unsigned int a = 0, b = 0, c = 0, d = 0;
   return __get_cpuid(1, &a, &b, &c, &d) && (c & bit_F16C);
 }
 
-bool isSupported(lumVectorTarget target) {
+}  // namespace
+
+bool lumHasVectorTarget(lumVectorTarget target) {
   const bool sse4 = __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("sse4.1") &&
                     __builtin_cpu_supports("sse4.2") && __builtin_cpu_supports("aes") &&
                     __builtin_cpu_supports("pclmul");
@@ -44,27 +46,16 @@ bool isSupported(lumVectorTarget target) {
 #else
 
 // ARM builds have NEON throughout: the compiler may use it everywhere.
-bool isSupported(lumVectorTarget target) { return target == LUM_VECTOR_NEON; }
+bool lumHasVectorTarget(lumVectorTarget target) { return target == LUM_VECTOR_NEON; }
 
 #endif
-
-std::optional<lumVectorTarget> bestUpTo(uint32_t limit) {
-  for (uint32_t target = limit + 1; target-- > 0;) {
-    if (isSupported(static_cast<lumVectorTarget>(target))) {
-      return static_cast<lumVectorTarget>(target);
-    }
-  }
-  return std::nullopt;
-}
-
-}  // namespace
 
 std::optional<lumVectorTarget> lumChooseVectorTarget() {
   const char* wanted = std::getenv("LUMEN_VECTOR_TARGET");
   if (wanted && *wanted) {
     for (uint32_t target = 0; target < LUM_VECTOR_TARGET_COUNT; ++target) {
       if (std::strcmp(wanted, LUM_VECTOR_TARGET_NAME[target]) == 0 &&
-          isSupported(static_cast<lumVectorTarget>(target))) {
+          lumHasVectorTarget(static_cast<lumVectorTarget>(target))) {
         return static_cast<lumVectorTarget>(target);
       }
     }
@@ -73,7 +64,12 @@ std::optional<lumVectorTarget> lumChooseVectorTarget() {
            "machine; it is left out of account",
            wanted);
   }
-  return bestUpTo(LUM_VECTOR_TARGET_COUNT - 1);
+  for (uint32_t target = LUM_VECTOR_TARGET_COUNT; target-- > 0;) {
+    if (lumHasVectorTarget(static_cast<lumVectorTarget>(target))) {
+      return static_cast<lumVectorTarget>(target);
+    }
+  }
+  return std::nullopt;
 }
 
 std::optional<lumVectorTarget> lumBestVectorTarget() {

@@ -51,6 +51,9 @@
 inline constexpr const char* LUM_VECTOR_TARGET_NAME[LUM_VECTOR_TARGET_COUNT] = {"sse4", "avx2",
                                                                                 "avx512", "neon"};
 
+// Whether this processor has an instruction set.
+bool lumHasVectorTarget(lumVectorTarget target);
+
 // The best instruction set that this processor has and this build knows, no better than what the
 // environment variable LUMEN_VECTOR_TARGET names; none when there is no vector unit to use. A word
 // that is no instruction set of this machine is logged as an error and left out of account.

@@ -1,5 +1,5 @@
 // What a run of the test program is told: the two process-wide records that the options fill and
-// that module tests, test buffers and the timing code read.
+// that module tests, test buffers and the timing code read. And the scratch images of the run.
 
 #ifndef LUMEN_TEST_CONFIG_H
 #define LUMEN_TEST_CONFIG_H
@@ -8,6 +8,7 @@
 
 #include "lumen/lumenControl.h"
 #include "lumenBuffer.h"
+#include "lumenTestBuffer.h"
 
 // The implementation slots that module tests go through.
 enum LUMEN_TEST_SLOT : uint32_t {
@@ -81,5 +82,9 @@ struct LUMEN_TEST_Settings {
 
 extern LUMEN_TEST_RunConfig lumenTestRunConfig;  // all zero at start
 extern LUMEN_TEST_Settings lumenTestSettings;
+
+// For modules that need an image of their own; empty at start.
+inline constexpr uint32_t LUMEN_TEST_BUFFER_COUNT = 12;
+extern LUMEN_TEST_Buffer lumenTestBuffers[LUMEN_TEST_BUFFER_COUNT];
 
 #endif  // LUMEN_TEST_CONFIG_H

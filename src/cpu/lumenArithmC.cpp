@@ -32,7 +32,11 @@ void absDiffValueRows(const T* src, const T (&value)[kChannels], uint32_t width,
   for (uint32_t y = 0; y < height; ++y) {
     const T* s = lumRowAt(src, y, srcStride);
     TDst* d = lumRowAt(dst, y, dstStride);
-    for (size_t i = 0; i < width * kChannels; ++i) d[i] = absDiff(s[i], value[i % kChannels]);
+    for (size_t x = 0; x < width; ++x) {
+      for (size_t k = 0; k < kChannels; ++k) {
+        d[x * kChannels + k] = absDiff(s[x * kChannels + k], value[k]);
+      }
+    }
   }
 }
 

@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Builds lumenTest and runs it on the shipped data. Options go to lumenTest; without any, everything
+# that is built is tested on all unit slots, and every call timed a thousand times.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+tools/install-packages g++ cmake ninja-build libhwy-dev googletest
+
+cmake --preset release >build-run.log 2>&1 && cmake --build build --target lumenTest lumen_shared \
+  lumen_static >>build-run.log 2>&1 || { cat build-run.log >&2; exit 1; }
+rm -f build-run.log
+
+# Profiling inputs of the larger sizes are not shipped: they are made when one is asked for, up to
+# the size asked for. -E goes through all of them.
+options=("$@")
+largest=0
+for ((i = 0; i < ${#options[@]}; ++i)); do
+  case ${options[i]} in
+    -S*) [[ ${options[i + 1]:-} =~ ^[0-7]$ ]] && largest=${options[i + 1]} ;;
+    -E*) largest=7 ;;
+  esac
+done
+if [ "$largest" -gt 3 ]; then
+  tools/install-packages python3 python3-numpy
+  tools/lumen-testdata --profiling "$largest" >&2
+fi
+
+[ ${#options[@]} -eq 0 ] && options=(-l 1000)
+exec build/lumenTest testdata "${options[@]}"
