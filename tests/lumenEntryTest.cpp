@@ -35,7 +35,7 @@ class Entry : public testing::Test {
     LUM_IMPL_INDEX[LUM_FN_lumAbsDiffu8] = LUM_IMPL_CPU;
     called.clear();
   }
-  LogCapture log;
+  RecordedLog log;
 };
 
 TEST_F(Entry, SendsADeclinedCallOnceToTheVectorUnit) {

@@ -88,7 +88,7 @@ TEST(Hardware, ProbesThisMachine) {
 class HardwareMask : public testing::Test {
  protected:
   void SetUp() override { LUM_NEEDS_OWN_PROCESS(); }
-  LogCapture log;
+  RecordedLog log;
 };
 
 TEST_F(HardwareMask, AsksTheSharedBuildOnlyWhenTheModeMayUseIt) {

@@ -38,7 +38,7 @@ TEST(Mode, SelectsEachRowAnew) {
       {kTarget | 6, -1, LUM_IMPL_VORTA, false},
   };
   lumGiveProcessor(LUM_PHONE);
-  LogCapture log;
+  RecordedLog log;
   for (const auto& test : kCases) {
     SCOPED_TRACE(test.mode);
     std::fill_n(LUM_IMPL_INDEX, LUM_ROW_COUNT, 6);
@@ -70,7 +70,7 @@ TEST(Mode, MovesRestrictedDevicesToTheProcessor) {
   lumProcessor processor = LUM_PHONE;
   processor.restricted = true;
   lumGiveProcessor(processor);
-  LogCapture log;
+  RecordedLog log;
   EXPECT_EQ(lumSetOperationMode(kTarget | LUMEN_UNIT_ARM), 0);
   EXPECT_EQ(LUM_IMPL_INDEX[LUM_FN_lumAbsDiffu8], LUM_IMPL_CPU);
   EXPECT_THAT(log.take(), IsEmpty());
@@ -88,7 +88,7 @@ TEST(Mode, MovesRestrictedDevicesToTheProcessor) {
 TEST(Mode, LogsCallsWhenThePropertySaysSo) {
   LUM_NEEDS_OWN_PROCESS();
   lumGiveProperties("vendor.runtime.lumen.log=7 yes\n");
-  LogCapture log;
+  RecordedLog log;
   lumSmallImage image;
   EXPECT_TRUE(image.absDiff());
   EXPECT_THAT(log.take(), IsEmpty());
@@ -122,7 +122,7 @@ TEST(Mode, FillsOneColumn) {
 
 // LUMEN_VECTOR_TARGET limits the choice to one instruction set of this machine.
 TEST(Mode, ChoosesTheVectorTarget) {
-  LogCapture log;
+  RecordedLog log;
   unsetenv("LUMEN_VECTOR_TARGET");
   const auto best = lumChooseVectorTarget();
   ASSERT_TRUE(best);

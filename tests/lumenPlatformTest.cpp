@@ -28,7 +28,7 @@ TEST(Platform, WritesLogRecordsByLine) {
 }
 
 TEST(Platform, LogsTextOfAnyLength) {
-  LogCapture log;
+  RecordedLog log;
   for (size_t length : {511u, 512u, 513u, 5000u}) {
     const std::string text(length, 'x');
     lumLog(LUM_LOG_DEBUG, "t", "%s", text.c_str());

@@ -44,7 +44,7 @@ class Remote : public testing::Test {
     return *static_cast<lumAnyFunction*>(dlsym(lumOpenSharedBuild(), symbol));
   }
 
-  LogCapture log;
+  RecordedLog log;
   lumSmallImage image;
 };
 

@@ -1,18 +1,13 @@
-// What several tests need: the log as they may expect it, properties of the device, the stand-ins
-// for its optional libraries, and the implementations that the function table is made of.
+// What tests of the library's frame share: processes of their own, properties of the device, the
+// stand-ins for its optional libraries, and the implementations that the function table is made of.
 
 #ifndef LUMEN_TEST_SUPPORT_H
 #define LUMEN_TEST_SUPPORT_H
 
 #include <dlfcn.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,8 +15,8 @@
 #include "lumenHardware.h"
 #include "lumenShared.h"
 #include "lumenStandin.h"
+#include "lumenTestDriverSupport.h"
 #include "lumenVector.h"
-#include "platform/lumenPlatformHost.h"
 
 // Runs the current test alone in another process, as ctest does.
 inline bool lumPassesAlone() {
@@ -41,53 +36,16 @@ inline bool lumPassesAlone() {
     GTEST_SKIP() << "passes in a process of its own, not to change this"; \
   }
 
-// Takes the log while it lives.
-class LogCapture {
- public:
-  LogCapture() : before_(lumHostSetLogSink(keep)) { take(); }
-  ~LogCapture() { lumHostSetLogSink(before_); }
-  LogCapture(const LogCapture&) = delete;
-  LogCapture& operator=(const LogCapture&) = delete;
-
-  // The records since the last call, as "E/tag: text" with nothing added to the text.
-  std::vector<std::string> take() {
-    const std::lock_guard lock(mutex);
-    return std::exchange(records, {});
-  }
-
- private:
-  static void keep(lumLogPriority priority, const char* tag, const char* text) {
-    const std::lock_guard lock(mutex);
-    records.push_back(std::string(1, "??VDIWEF"[priority]) + "/" + tag + ": " + text);
-  }
-  inline static std::mutex mutex;
-  inline static std::vector<std::string> records;
-  lumLogSink before_;
-};
-
-// A file of its own that lives as long as the object.
-class TempFile {
- public:
-  explicit TempFile(const std::string& content) {
-    path_ = testing::TempDir() + "lumenXXXXXX";
-    const int file = mkstemp(path_.data());
-    EXPECT_GE(file, 0);
-    close(file);
-    std::ofstream(path_, std::ios::binary) << content;
-  }
-  ~TempFile() { std::remove(path_.c_str()); }
-  TempFile(const TempFile&) = delete;
-  TempFile& operator=(const TempFile&) = delete;
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
+// Catches the log, for tests that look at it step by step.
+struct RecordedLog : CapturedLog {
+  // The records since the last call.
+  static std::vector<std::string> take() { return std::exchange(lines(), {}); }
 };
 
 // Gives the process its system properties, lines "key=value". They are read once.
 inline void lumGiveProperties(const std::string& lines) {
-  const TempFile file(lines);
-  setenv("LUMEN_SYSTEM_PROPERTIES", file.path().c_str(), 1);
+  const TempDirectory directory;
+  setenv("LUMEN_SYSTEM_PROPERTIES", directory.write("properties", lines).c_str(), 1);
   char value[LUM_PROPERTY_SIZE];
   lumSystemProperty("", value);
 }
