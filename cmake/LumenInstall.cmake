@@ -15,5 +15,8 @@ write_basic_package_version_file(lumenConfigVersion.cmake COMPATIBILITY SameMajo
 install(FILES ${PROJECT_BINARY_DIR}/lumenConfig.cmake ${PROJECT_BINARY_DIR}/lumenConfigVersion.cmake
   DESTINATION ${LUMEN_PACKAGE_DIR})
 
+# The installed tree may be moved: its file knows its prefix by the way up, which a library folder of
+# several levels (lib/x86_64-linux-gnu) makes longer.
+file(RELATIVE_PATH LUMEN_PC_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(cmake/lumen.pc.in lumen.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/lumen.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

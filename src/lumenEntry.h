@@ -56,7 +56,7 @@ class lumEntry<Result(Args...)> {
   // What the remote unit asks of the arguments; a call that lacks it runs on the vector unit.
   void needs(bool met) {
     if (met) return;
-    leftDsp_ = onDsp();
+    leftDsp_ = leftDsp_ || onDsp();
     impl_ = LUM_IMPL_VORTA;
   }
 

@@ -14,7 +14,8 @@ namespace {
 // One frame of 7680 x 4320 bytes.
 constexpr uint32_t kMaxPreAllocBytes = 7680 * 4320;
 
-// Guards the count of those who use the pool, and its set-up and take-down.
+// Guards the count of those who use the pool, its set-up and take-down, and the shared build's
+// handle.
 std::mutex poolMutex;
 uint32_t references = 0;
 
@@ -26,6 +27,7 @@ struct SharedBuild {
 } sharedBuild;
 
 void bindSharedBuild() {
+  const std::lock_guard lock(poolMutex);
   sharedBuild.handle = lumOpenSharedBuild();
   if (!sharedBuild.handle) return;
   sharedBuild.memInit = lumSymbol<void()>(sharedBuild.handle, "lumMemInit");
@@ -73,12 +75,10 @@ void lumMemInitPreAlloc(uint32_t nBytes) {
 
 void lumMemDeInit() {
   if (LUM_DSP_FLAGS.any() && sharedBuild.memDeInit) sharedBuild.memDeInit();
-  {
-    const std::lock_guard lock(poolMutex);
-    if (references != 0 && --references == 0) {
-      lumTakeDownScratchPool();
-      return;  // the last to leave keeps the shared build open
-    }
+  const std::lock_guard lock(poolMutex);
+  if (references != 0 && --references == 0) {
+    lumTakeDownScratchPool();
+    return;  // the last to leave keeps the shared build open
   }
   // What was bound stays valid: the hardware query keeps handles of its own.
   if (sharedBuild.handle) dlclose(sharedBuild.handle);

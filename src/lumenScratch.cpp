@@ -55,9 +55,11 @@ struct Layout {
   uintptr_t limit(const void* raw) const {
     return reinterpret_cast<uintptr_t>(raw) + mask + kHeaderSize;
   }
+  uint64_t offset(const void* raw) const {
+    return (limit(raw) & ~mask) - reinterpret_cast<uintptr_t>(raw);
+  }
   uint8_t* user(void* raw) const {
-    const uintptr_t address = limit(raw) & ~mask;
-    return static_cast<uint8_t*>(raw) + (address - reinterpret_cast<uintptr_t>(raw));
+    return static_cast<uint8_t*>(raw) + static_cast<size_t>(offset(raw));
   }
   bool isAligned(const void* ptr) const { return (reinterpret_cast<uintptr_t>(ptr) & mask) == 0; }
 
@@ -78,8 +80,9 @@ bool fit(Slot& slot, uint32_t nBytes, const Layout& layout) {
   if (slot.capacity >= nBytes && slot.user) {
     if (layout.isAligned(slot.user)) return true;
     // A size is compared with an address here, so that re-aligning in place hardly ever happens and
-    // the buffer gets a fresh block.
-    if (slot.rawSize >= layout.limit(slot.raw)) {
+    // the buffer gets a fresh block; it does so too when what was promised would no longer fit.
+    if (slot.rawSize >= layout.limit(slot.raw) &&
+        layout.offset(slot.raw) + slot.capacity <= slot.rawSize) {
       slot.user = layout.user(slot.raw);
       writeHeader(slot.user, LUM_SCRATCH_POOLED, &slot);
       return true;

@@ -62,12 +62,15 @@ std::optional<lumVectorTarget> lumChooseVectorTarget();
 // The choice of the process, made at the first call.
 std::optional<lumVectorTarget> lumBestVectorTarget();
 
-// The best implementation of a set, or `fallback` where it has none for this machine.
+// The best implementation of a set, or `fallback` where it has none for this machine. A compiler may
+// not know the best instruction set; each one includes those before it.
 template <class F>
 F* lumBestOf(const lumVectorSet<F>& set, F* fallback) {
   const std::optional<lumVectorTarget> best = lumBestVectorTarget();
-  if (!best || !set.target[*best]) return fallback;
-  return set.target[*best];
+  for (uint32_t target = best ? *best + 1 : 0; target-- > 0;) {
+    if (set.target[target]) return set.target[target];
+  }
+  return fallback;
 }
 
 #endif  // LUMEN_VECTOR_H
