@@ -62,8 +62,8 @@ std::optional<lumVectorTarget> lumChooseVectorTarget();
 // The choice of the process, made at the first call.
 std::optional<lumVectorTarget> lumBestVectorTarget();
 
-// The best implementation of a set, or `fallback` where it has none for this machine. A compiler may
-// not know the best instruction set; each one includes those before it.
+// The best implementation of a set, or `fallback` where it has none for this machine. A compiler
+// may not know the best instruction set; each one includes those before it.
 template <class F>
 F* lumBestOf(const lumVectorSet<F>& set, F* fallback) {
   const std::optional<lumVectorTarget> best = lumBestVectorTarget();
