@@ -123,6 +123,8 @@ TEST(TestBuffer, GivesItsRegionOnlyWhereTheMemoryIs) {
   EXPECT_EQ(buffer.roi<float>(), reinterpret_cast<float*>(buffer.data()) + 6 + 2);
   EXPECT_EQ(buffer.strideBytes(), 24u);
   EXPECT_EQ(buffer.roi<double>(), nullptr);
+  ASSERT_TRUE(buffer.Size(95, LUMEN_MEM_HEAP, true));
+  EXPECT_EQ(buffer.roi<float>(), nullptr);
   buffer.Free(LUMEN_MEM_HEAP);
   EXPECT_EQ(buffer.roi<float>(), nullptr);
 

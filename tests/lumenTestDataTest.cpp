@@ -171,9 +171,9 @@ TEST_F(TestData, StructFilesHaveARowForEachRecord) {
   EXPECT_EQ(failureOf("2\n0\n", readStruct), Lines{invalid + " - structSize 0, numStruct 2\n"});
   EXPECT_EQ(failureOf("-2\n8\n", readStruct), Lines{invalid + " - structSize 8, numStruct -2\n"});
   EXPECT_EQ(failureOf("2\n3\nabcde", readStruct),
-            Lines{invalid + ". Expecting 6 bytes of binary data\n"});
+            Lines{"Invalid .data file 'F'. Expecting 6 bytes of binary data\n"});
   EXPECT_EQ(failureOf("2147483647\n2147483647\nabcde", readStruct),
-            Lines{invalid + ". Expecting 4611686014132420609 bytes of binary data\n"});
+            Lines{"Invalid .data file 'F'. Expecting 4611686014132420609 bytes of binary data\n"});
 }
 
 TEST_F(TestData, RectanglesAreOneLine) {

@@ -7,9 +7,14 @@
 #include "fuzz/lumenReaderFuzz.h"
 #include "lumenTestFiles.h"
 
+namespace lumenFuzz {
+// The name of a reader in that of its test.
+static void PrintTo(const Reader& reader, std::ostream* out) { *out << reader.name; }
+}  // namespace lumenFuzz
+
 namespace {
 
-constexpr int kMutants = 3000;
+constexpr int kMutants = 2000;
 
 // What readers of numbers and lines stumble over.
 constexpr std::string_view kFragments[] = {"\n",         "\r\n",       "#",

@@ -124,6 +124,10 @@ TEST_F(TestScript, NumbersAreReadAsTheScriptSaysAndStoredAsTheTestWants) {
   }
   EXPECT_EQ(field("unsignedchar", "256", &i), 0);
   EXPECT_EQ(reason(), noNumber);
+  for (const char* text : {"99999999999999999999", "-99999999999999999999"}) {
+    EXPECT_EQ(field("long", text, &l), 0);
+    EXPECT_EQ(reason(), noNumber);
+  }
   EXPECT_EQ(field("int", "70000", &u16), 0);
   EXPECT_EQ(reason(), noRoom);
   EXPECT_EQ(field("float", "1e30", &i), 0);

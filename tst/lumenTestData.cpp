@@ -28,6 +28,12 @@ Payload readPayload(FILE* file, const LUMEN_TEST_Buffer::MemShape_& shape, uint6
   return std::fread(buffer.data(), 1, size, file) == size ? Payload::kRead : Payload::kShort;
 }
 
+// The same words for both binary formats.
+void logShort(const char* path, uint64_t bytes) {
+  LUMEN_TEST_Log("Invalid .data file '%s'. Expecting %" PRIu64 " bytes of binary data\n", path,
+                 bytes);
+}
+
 // One integer of a header that is greater than 0 and an int.
 bool isExtent(int64_t value) { return value > 0 && LUMEN_TEST_IsInt(value); }
 
@@ -70,8 +76,7 @@ int readData(FILE* file, const char* path, LUMEN_TEST_Buffer& buffer, lumMemOpti
     case Payload::kShort:
       break;
   }
-  LUMEN_TEST_Log("Invalid .data file '%s'. Expecting %" PRIu64 " bytes of binary data\n", path,
-                 bytes);
+  logShort(path, bytes);
   return 1;
 }
 
@@ -102,8 +107,7 @@ int readStruct(FILE* file, const char* path, LUMEN_TEST_Buffer& buffer, lumMemOp
     case Payload::kShort:
       break;
   }
-  LUMEN_TEST_Log("Invalid .struct file '%s'. Expecting %" PRIu64 " bytes of binary data\n", path,
-                 bytes);
+  logShort(path, bytes);
   return 1;
 }
 

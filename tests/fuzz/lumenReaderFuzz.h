@@ -83,17 +83,16 @@ const char* checkBufferReader(std::string_view input, Read read) {
   return sumOf(first) == sumOf(second) ? nullptr : "two reads differ";
 }
 
+inline const char* dataOf(std::string_view input, const char* tag, size_t valueSize) {
+  return checkBufferReader(input, [=](const char* path, LUMEN_TEST_Buffer& buffer) {
+    return LUMEN_TEST_ReadDataBuffer(path, buffer, LUMEN_MEM_HEAP, tag, valueSize);
+  });
+}
+
 inline const char* data(std::string_view input) {
-  for (const auto& [tag, size] : {std::pair<const char*, size_t>{"unsigned_char", 1},
-                                  {"short", 2},
-                                  {"float", 4},
-                                  {"unsigned_int", 4}}) {
-    const char* wrong = checkBufferReader(input, [&](const char* path, LUMEN_TEST_Buffer& buffer) {
-      return LUMEN_TEST_ReadDataBuffer(path, buffer, LUMEN_MEM_HEAP, tag, size);
-    });
-    if (wrong) return wrong;
-  }
-  return nullptr;
+  if (const char* wrong = dataOf(input, "unsigned_char", 1)) return wrong;
+  if (const char* wrong = dataOf(input, "short", 2)) return wrong;
+  return dataOf(input, "float", 4);
 }
 
 template <class T>
