@@ -58,8 +58,8 @@ TEST(Mode, SelectsEachRowAnew) {
     EXPECT_THAT(LUM_INTERNAL_IMPL_INDEX, testing::ElementsAreArray(internal));
     for (const lumBuiltRow& built : lumBuiltRows()) {
       EXPECT_EQ(lumTableCell(built.row, LUM_IMPL_CPU), built.reference);
-      for (uint32_t column : {1, 2, 3}) EXPECT_EQ(lumTableCell(built.row, column), built.vector);
-      for (uint32_t column : {4, 5, 6}) EXPECT_EQ(lumTableCell(built.row, column), nullptr);
+      for (uint32_t column : {1u, 2u, 3u}) EXPECT_EQ(lumTableCell(built.row, column), built.vector);
+      for (uint32_t column : {4u, 5u, 6u}) EXPECT_EQ(lumTableCell(built.row, column), nullptr);
     }
     EXPECT_TRUE(lumSmallImage().absDiff());
   }

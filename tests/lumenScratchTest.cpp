@@ -134,7 +134,7 @@ TEST_F(ScratchPool, SharesItsBuffersAmongThreads) {
         uint32_t* lent[6];
         for (uint32_t i = 0; i < 6; ++i) {
           const uint32_t bytes = 64 * (1 + (id + round + i) % 5);
-          lent[i] = static_cast<uint32_t*>(lumGetScratchBufferAligned(bytes, 16 << (round % 3)));
+          lent[i] = static_cast<uint32_t*>(lumGetScratchBufferAligned(bytes, 16u << (round % 3)));
           if (!lent[i]) ++refusals;
           else std::fill_n(lent[i], bytes / 4, id * 100 + i);
         }

@@ -24,7 +24,7 @@ inline bool lumPassesAlone() {
   std::string program(4096, '\0');
   const ssize_t length = readlink("/proc/self/exe", program.data(), program.size());
   program.resize(length > 0 ? static_cast<size_t>(length) : 0);
-  return std::system((LUMEN_EMULATOR " '" + program + "' --gtest_brief=1 --gtest_filter=" +
+  return std::system((LUMEN_EMULATOR " '" + program + "' >/dev/null 2>&1 --gtest_filter=" +
                       test.test_suite_name() + "." + test.name())
                          .c_str()) == 0;
 }
@@ -32,7 +32,7 @@ inline bool lumPassesAlone() {
 // For tests of what a process does once, or cannot take back.
 #define LUM_NEEDS_OWN_PROCESS()                                           \
   if (testing::UnitTest::GetInstance()->test_to_run_count() > 1) {        \
-    if (!lumPassesAlone()) FAIL() << "fails in a process of its own";     \
+    if (!lumPassesAlone()) FAIL() << "fails when it runs alone as well";  \
     GTEST_SKIP() << "passes in a process of its own, not to change this"; \
   }
 

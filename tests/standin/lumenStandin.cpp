@@ -22,7 +22,8 @@ struct Remote<kRow, lumRow<Result(Args...)>> {
     ++lumStandin.remoteCalls;
     lumStandin.lastRow = kRow;
     if constexpr (kRow < LUM_ROW_COUNT) {
-      if (!lumStandin.manager) return;  // the old one has never seen the tables
+      // The old one has never seen the tables; and a test may want calls that come to nothing.
+      if (!lumStandin.manager || std::getenv("LUM_STANDIN_IDLE")) return;
       const auto* rows = reinterpret_cast<lumRow<Result(Args...)>*>(lumStandin.manager->table);
       return rows[kRow].column[LUM_IMPL_CPU](args...);
     } else {
