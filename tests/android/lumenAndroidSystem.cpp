@@ -1,12 +1,22 @@
 #include "lumenAndroidSystem.h"
 
 #include <android/log.h>
+#include <dlfcn.h>
 #include <sys/system_properties.h>
 
 #include <cstdio>
 
 std::vector<lumAndroidRecord> lumAndroidLog;
 std::map<std::string, std::string> lumAndroidProperties;
+int lumAndroidLibraryFlags;
+
+// The linker puts the first in the place of dlopen, which the second is then.
+extern "C" void* __wrap_dlopen(const char* name, int flags);
+extern "C" void* __real_dlopen(const char* name, int flags);
+void* __wrap_dlopen(const char* name, int flags) {
+  lumAndroidLibraryFlags = flags;
+  return __real_dlopen(name, RTLD_NOW);
+}
 
 int __android_log_vprint(int priority, const char* tag, const char* format, va_list arguments) {
   char text[1024];

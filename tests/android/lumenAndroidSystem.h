@@ -14,5 +14,6 @@ struct lumAndroidRecord {
 };
 extern std::vector<lumAndroidRecord> lumAndroidLog;
 extern std::map<std::string, std::string> lumAndroidProperties;
+extern int lumAndroidLibraryFlags;  // of the last dlopen
 
 #endif  // LUMEN_ANDROID_SYSTEM_H

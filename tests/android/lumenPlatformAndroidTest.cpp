@@ -37,6 +37,7 @@ TEST(Android, OpensLibraries) {
   EXPECT_EQ(lumOpenLibrary("libnothing-of-this-name.so"), nullptr);
   void* library = lumOpenLibrary(LUMEN_SOME_LIBRARY);
   ASSERT_TRUE(library) << dlerror();
+  EXPECT_EQ(lumAndroidLibraryFlags, sizeof(void*) == 4 ? 0 : RTLD_NOW);
   EXPECT_TRUE(dlsym(library, "rpcmem_alloc"));
   EXPECT_EQ(dlclose(library), 0);
 }
