@@ -52,7 +52,7 @@ step_aarch64() { check_preset aarch64; }
 # The vector functions of the 32-bit ARM build are NEON code.
 step_neon() { tools/check-neon build-armv7/liblumen.a; }
 
-tools/install-packages g++ cmake ninja-build libhwy-dev googletest ccache python3 python3-numpy \
+tools/install-packages git g++ cmake ninja-build libhwy-dev googletest ccache python3 python3-numpy \
   pkg-config clang-14 clang-format libclang-rt-14-dev qemu-user-static \
   g++-arm-linux-gnueabihf g++-aarch64-linux-gnu
 export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
