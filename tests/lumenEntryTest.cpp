@@ -206,8 +206,11 @@ TEST_F(Entry, RefusesBadArgumentsOfEveryForm) {
     EXPECT_EQ(isRefused(a, b, 8, 2, packed, d, form.minStride - 1), !two);
     EXPECT_FALSE(isRefused(a, b, 8, 2, 0, d, 0));
     if (form.pixelBytes == 1) continue;
-    // Packed rows longer than 32 bits count, by either stride; the 32-bit product would be small.
-    const uint32_t longRow = UINT32_MAX / form.pixelBytes + 1;
+    // Packed rows longer than 32 bits count, by either stride. Of 32-bit elements, one whose 32-bit
+    // product is 0x80000000, which the condition would let through.
+    const uint32_t longRow = form.pixelBytes * 8 > form.minStride
+                                 ? 0x60000000 / (form.minStride / 8)
+                                 : UINT32_MAX / form.pixelBytes + 1;
     EXPECT_TRUE(isRefused(a, b, longRow, 1, 0, d, UINT32_MAX));
     EXPECT_TRUE(isRefused(a, b, longRow, 1, UINT32_MAX, d, 0));
     if (form.minStride == 8) continue;
