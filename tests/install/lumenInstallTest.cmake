@@ -1,6 +1,7 @@
 # Installs the build into a folder of its own, moves that, and builds small programs against it, by
 # find_package and by pkg-config, shared and static. Variables: LUMEN_BUILD, LUMEN_WORK (a folder to
-# work in), LUMEN_LIBDIR (where libraries go below the prefix), LUMEN_C (the C compiler).
+# work in), LUMEN_LIBDIR (where libraries go below the prefix), LUMEN_C (the C compiler), LUMEN_GENERATOR
+# (of build files).
 set(prefix ${LUMEN_WORK}/moved)
 file(REMOVE_RECURSE ${LUMEN_WORK})
 
@@ -15,8 +16,8 @@ run(${CMAKE_COMMAND} --install ${LUMEN_BUILD} --prefix ${LUMEN_WORK}/installed)
 file(RENAME ${LUMEN_WORK}/installed ${prefix})
 
 set(build ${LUMEN_WORK}/build)
-run(${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR} -B ${build} -DCMAKE_C_COMPILER=${LUMEN_C}
-  -DCMAKE_PREFIX_PATH=${prefix})
+run(${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR} -B ${build} -G ${LUMEN_GENERATOR}
+  -DCMAKE_C_COMPILER=${LUMEN_C} -DCMAKE_PREFIX_PATH=${prefix})
 run(${CMAKE_COMMAND} --build ${build})
 foreach(library lumen lumen_shared lumen_static)
   run(${build}/with_${library})
@@ -36,5 +37,7 @@ function(run_with_flags program)
   run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/${LUMEN_LIBDIR} ${LUMEN_WORK}/${program})
 endfunction()
 run_with_flags(shared)
-file(REMOVE ${prefix}/${LUMEN_LIBDIR}/liblumen.so)
+# Without the shared library the archive is what -llumen finds.
+file(GLOB shared ${prefix}/${LUMEN_LIBDIR}/liblumen.so*)
+file(REMOVE ${shared})
 run_with_flags(static --static)
