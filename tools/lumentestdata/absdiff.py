@@ -140,6 +140,8 @@ def _cases(form: Form, element: Element) -> Iterator[Case]:
     yield Case("column", "1 x 29: a row is a single pixel", 1, 29)
     for width in _widths(form, element):
         height = 3 if width < 18 else 2 if width < 40 else 1
+        if width % 16 == 0:  # sizes that remote units take
+            height += height % 2
         against = {0: "whole vectors", 1: "one more than whole vectors"}
         note = f"{width} x {height}: {against.get(width % 4, 'one short of whole vectors')}"
         yield Case(f"w{width}", note, width, height)
