@@ -62,7 +62,12 @@ passed=0
 failed=()
 for step in "${steps[@]}"; do
   echo "== $step"
-  if (set -e; "step_$step"); then passed=$((passed + 1)); else failed+=("$step"); fi
+  # Not in a condition: there bash would go on after a command that failed.
+  set +e
+  (set -e; "step_$step")
+  status=$?
+  set -e
+  if [ $status -eq 0 ]; then passed=$((passed + 1)); else failed+=("$step"); fi
 done
 [ ${#failed[@]} -eq 0 ] || echo "Failed: ${failed[*]}"
 echo "$passed passed, ${#failed[@]} failed"
