@@ -13,7 +13,8 @@ enum class LUMEN_TEST_Sweep : uint8_t { none, quick, full };
 enum class LUMEN_TEST_Guard : uint8_t { none, tail, head, row };
 
 struct LUMEN_TEST_Extras {
-  bool help = false;  // --help: print the additions
+  bool given = false;  // whether there is any addition at all
+  bool help = false;   // --help: print the additions
   bool strict =
       false;          // --strict: new verdicts and empty or unreadable input change the exit status
   bool list = false;  // --list: name what would run
@@ -37,6 +38,11 @@ struct LUMEN_TEST_Extras {
   // matches a filter (or there is none) and no exclusion.
   bool selects(const char* module, const char* function, char slot) const;
 
+  // Whether a module that tests no functions takes part, under its own name.
+  bool selects(const char* module) const;
+  // Whether anything may be left out. A case stands alone as well: nothing else is run.
+  bool narrows() const { return !filters.empty() || !excludes.empty() || !caseText.empty(); }
+
   // Whether functions are checked on data that no script holds.
   bool checksOwnData() const {
     return sweep != LUMEN_TEST_Sweep::none || guard != LUMEN_TEST_Guard::none || poison ||
@@ -46,10 +52,15 @@ struct LUMEN_TEST_Extras {
 
 extern LUMEN_TEST_Extras lumenTestExtras;
 
-// Reads the words of LUMEN_TEST_OPTS and the arguments from the second on; words that do not begin
-// with "--" are not its business. False with a message on standard error for a bad value, or with
-// --strict for an unknown word; the program then ends with status 2.
-bool LUMEN_TEST_ReadExtras(int argc, char** argv, LUMEN_TEST_Extras& extras);
+// Reads the words of LUMEN_TEST_OPTS and, after them, the arguments behind the data directory; of
+// single values the last one counts. Arguments that do not begin with "--", and those that are the
+// value of an option before them (as in "-m --strict"), are not its business. False with a message
+// on standard error for a bad value, or with --strict for an unknown word; the program then ends
+// with status 2.
+//
+// LUMEN_TEST_OPTS is split at blanks, tabs and newlines outside double quotes, and the quotes are
+// dropped: --filter="MODULE/a b".
+bool LUMEN_TEST_ReadExtras(int argc, const char* const* argv, LUMEN_TEST_Extras& extras);
 
 // The number of arguments in LUMEN_TEST_OPTS, which count towards the limit of the command line.
 int LUMEN_TEST_CountExtraOptions();

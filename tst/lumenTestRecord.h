@@ -36,7 +36,13 @@ class LUMEN_TEST_JsonLine {
   LUMEN_TEST_JsonLine& numbers(std::string_view key, std::span<const double> values);
   LUMEN_TEST_JsonLine& texts(std::string_view key, std::span<const std::string> values);
 
+  // The members "module", "function" and "slot".
+  LUMEN_TEST_JsonLine& about(std::string_view function, char slot);
+
  private:
+  template <class Append>
+  LUMEN_TEST_JsonLine& member(std::string_view key, Append append);
+
   std::string text_;  // empty when no record is kept
 };
 
@@ -57,17 +63,29 @@ struct LUMEN_TEST_CheckResult {
 };
 void LUMEN_TEST_RecordCheck(const LUMEN_TEST_CheckResult& result);
 
+// Gives what is to be recorded to `forward` instead; null: records it. For a process of its own,
+// whose parent records it.
+void LUMEN_TEST_ForwardChecks(void (*forward)(const LUMEN_TEST_CheckResult& result));
+
 // Whether any check that only the additions make has failed; --strict makes it the exit status.
 bool LUMEN_TEST_AnyExtraCheckFailed();
 
-// Opens the files that the options name; false with a message when one cannot be written. Writes
-// the line about the run: environment, version, hardware mask, options.
-bool LUMEN_TEST_OpenRecords(int argc, char** argv);
-// Writes the last line and the JUnit file.
-void LUMEN_TEST_CloseRecords(int exitStatus);
+// Whether a record is kept, for what would be computed for its sake alone.
+bool LUMEN_TEST_KeepsRecords();
 
-// The module whose functions are run from here on.
+// Opens the files that the options name; false with a message when one cannot be written.
+bool LUMEN_TEST_OpenRecords(int argc, const char* const* argv);
+// Writes the line about the run, the first one. Without this call the line comes before the first
+// other one and knows neither the seed nor the hardware mask.
+void LUMEN_TEST_RecordRun(unsigned int seed, uint32_t hardwareMask);
+// Writes the last line and the JUnit file. False when a record could not be written to the end,
+// which a message has said by then.
+bool LUMEN_TEST_CloseRecords(int exitStatus);
+
+// The module whose functions are run from here on, and what it came to. A module that is not built
+// has a verdict alone.
 void LUMEN_TEST_RecordModule(const char* module);
-const char* LUMEN_TEST_CurrentModule();
+void LUMEN_TEST_RecordModuleVerdict(const char* module, LUMEN_TEST_Verdict verdict);
+const char* LUMEN_TEST_CurrentModule();  // "" before the first
 
 #endif  // LUMEN_TEST_RECORD_H
