@@ -13,6 +13,7 @@
 #ifndef LUMEN_ENTRY_H
 #define LUMEN_ENTRY_H
 
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <type_traits>
@@ -22,12 +23,26 @@
 // What an implementation returns to decline a call. Never leaves a public entry.
 inline constexpr lumStatus LUM_FALLBACK_STATUS = static_cast<lumStatus>(0x8000);
 
-// What the operation mode tells the entries; written by lumSetOperationMode.
+// What may be done about every call beside making it: one byte, so that the usual call tests it
+// once.
+enum lumWatch : uint8_t {
+  LUM_WATCH_LOG = 1,    // log its implementation
+  LUM_WATCH_COUNT = 2,  // count it in LUM_CALL_COUNT
+};
+
+// What the entries are told. The operation mode writes the bit of the log and `forcedRemote`.
 struct lumEntrySwitches {
-  bool runtimeLog;    // log the implementation of every call
+  uint8_t watch;      // of lumWatch
   bool forcedRemote;  // send images of any size to the remote unit
 };
 extern lumEntrySwitches LUM_ENTRY_SWITCHES;
+
+// How many calls of each public function have reached each column since somebody cleared it. A
+// column that holds the very pointer of the reference or the vector column is that column: so it is
+// where no remote unit has put an implementation of its own.
+extern std::atomic<uint32_t> LUM_CALL_COUNT[LUM_ROW_COUNT][LUM_IMPL_COUNT];
+// `row` is one of LUM_FUNC_TABLE; calls through other rows are not counted.
+void lumCountCall(const void* row, uint32_t impl);
 
 // What a call came to, for the run-time log.
 struct lumChoice {
@@ -67,9 +82,9 @@ class lumEntry<Result(Args...)> {
     else return Result();
   }
 
-  // Logging is kept out of the way, so that the usual call ends in one jump to the implementation.
+  // Watching is kept out of the way, so that the usual call ends in one jump to the implementation.
   Result call(Args... args) const {
-    if (lumUnlikely(LUM_ENTRY_SWITCHES.runtimeLog)) return loggedCall(row_, choice(), args...);
+    if (lumUnlikely(LUM_ENTRY_SWITCHES.watch != 0)) return watchedCall(row_, choice(), args...);
     return run(row_, impl_, args...);
   }
 
@@ -88,10 +103,22 @@ class lumEntry<Result(Args...)> {
     }
   }
 
-  [[gnu::noinline, gnu::cold]] static Result loggedCall(const lumRow<Result(Args...)>& row,
-                                                        lumChoice choice, Args... args) {
-    lumLogChoice(choice);
-    return run(row, choice.impl, args...);
+  // A call that is declined counts where it went then.
+  [[gnu::noinline, gnu::cold]] static Result watchedCall(const lumRow<Result(Args...)>& row,
+                                                         lumChoice choice, Args... args) {
+    const uint8_t watch = LUM_ENTRY_SWITCHES.watch;
+    if (watch & LUM_WATCH_LOG) lumLogChoice(choice);
+    if (!(watch & LUM_WATCH_COUNT)) return run(row, choice.impl, args...);
+    if (choice.impl >= LUM_IMPL_COUNT) std::abort();
+    if constexpr (std::is_same_v<Result, lumStatus>) {
+      const lumStatus status = row.column[choice.impl](args...);
+      const bool declined = status == LUM_FALLBACK_STATUS;
+      lumCountCall(&row, declined ? uint32_t{LUM_IMPL_VORTA} : choice.impl);
+      return declined ? row.column[LUM_IMPL_VORTA](args...) : status;
+    } else {
+      lumCountCall(&row, choice.impl);
+      return row.column[choice.impl](args...);
+    }
   }
 
   const lumRow<Result(Args...)>& row_;

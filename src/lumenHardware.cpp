@@ -164,7 +164,8 @@ void lumProbeProcessor() {
 void lumReadRuntimeLogSwitch() {
   char value[LUM_PROPERTY_SIZE];
   lumSystemProperty("vendor.runtime.lumen.log", value);
-  LUM_ENTRY_SWITCHES.runtimeLog = std::atoi(value) != 0;
+  uint8_t& watch = LUM_ENTRY_SWITCHES.watch;
+  watch = static_cast<uint8_t>((watch & ~LUM_WATCH_LOG) | (std::atoi(value) ? LUM_WATCH_LOG : 0));
 }
 
 uint32_t lumAvailableHardware(lumOperationMode mode) {

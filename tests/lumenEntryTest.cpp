@@ -40,8 +40,8 @@ class Entry : public testing::Test {
 
 TEST_F(Entry, SendsADeclinedCallOnceToTheVectorUnit) {
   for (uint32_t impl = 0; impl < LUM_IMPL_COUNT; ++impl) {
-    for (bool logged : {false, true}) {
-      LUM_ENTRY_SWITCHES.runtimeLog = logged;
+    for (const int watch : {0, +LUM_WATCH_LOG, +LUM_WATCH_COUNT}) {
+      LUM_ENTRY_SWITCHES.watch = static_cast<uint8_t>(watch);
       std::fill_n(results, LUM_IMPL_COUNT, LUMEN_EHWGPU);
       called.clear();
       EXPECT_EQ(own(impl).call(42), LUMEN_EHWGPU);
@@ -58,7 +58,7 @@ TEST_F(Entry, SendsADeclinedCallOnceToTheVectorUnit) {
 }
 
 TEST_F(Entry, SaysWhatRunsEachCall) {
-  LUM_ENTRY_SWITCHES.runtimeLog = true;
+  LUM_ENTRY_SWITCHES.watch = LUM_WATCH_LOG;
   for (uint32_t impl = 0; impl < LUM_IMPL_COUNT; ++impl) {
     lumEntry<Own> entry = own(impl);
     EXPECT_EQ(entry.onGpu(), impl == 3);
@@ -92,19 +92,52 @@ TEST_F(Entry, RefusesWithBadParam) {
   EXPECT_EQ(checked(own(LUM_IMPL_ZDSP), &log, 1), LUMEN_EBADPARAM);
   const std::string refusal = "E/lumen_lib_log: Assertion failed @lumOwn: src && (width > 1)\n";
   EXPECT_THAT(log.take(), ElementsAre(refusal));
-  LUM_ENTRY_SWITCHES.runtimeLog = true;
+  LUM_ENTRY_SWITCHES.watch = LUM_WATCH_LOG;
   EXPECT_EQ(checked(own(LUM_IMPL_ZDSP), nullptr, 9), LUMEN_EBADPARAM);
   EXPECT_THAT(log.take(), ElementsAre("E/lumen_runtime_log: lumOwn_ZDSP", refusal));
   EXPECT_EQ(called.size(), 1u);
+}
+
+// Calls that nobody counts leave the counters alone, and so do refused ones and foreign rows.
+TEST_F(Entry, CountsTheColumnThatACallReached) {
+  const lumFuncTable table = LUM_FUNC_TABLE;
+  auto& columns = LUM_FUNC_TABLE.lumAbsDiffu8.column;
+  const auto nothing = [](const uint8_t*, const uint8_t*, uint32_t, uint32_t, uint32_t, uint8_t*,
+                          uint32_t) {};
+  const auto countedAs = [&](uint32_t impl) {
+    for (auto& count : LUM_CALL_COUNT[LUM_FN_lumAbsDiffu8]) count = 0;
+    LUM_IMPL_INDEX[LUM_FN_lumAbsDiffu8] = impl;
+    lumSmallImage().absDiff();
+    lumAbsDiffu8(nullptr, nullptr, 1, 1, 1, nullptr, 1);
+    own(LUM_IMPL_CPU).call(42);
+    std::vector<uint32_t> counts;
+    for (auto& count : LUM_CALL_COUNT[LUM_FN_lumAbsDiffu8]) counts.push_back(count);
+    return counts;
+  };
+  lumSetOperationMode(LUMEN_OP_CPU_PERFORMANCE);
+  EXPECT_THAT(countedAs(LUM_IMPL_VORTA), ElementsAre(0, 0, 0, 0, 0, 0, 0));
+  LUM_ENTRY_SWITCHES.watch = LUM_WATCH_COUNT;
+  EXPECT_THAT(countedAs(LUM_IMPL_CPU), ElementsAre(1, 0, 0, 0, 0, 0, 0));
+  EXPECT_THAT(countedAs(LUM_IMPL_VORTA), ElementsAre(0, 1, 0, 0, 0, 0, 0));
+  columns[LUM_IMPL_ADSP] = nothing;
+  EXPECT_THAT(countedAs(LUM_IMPL_ADSP), ElementsAre(0, 0, 0, 0, 1, 0, 0));
+  columns[LUM_IMPL_ADSP] = columns[LUM_IMPL_VORTA];
+  EXPECT_THAT(countedAs(LUM_IMPL_ADSP), ElementsAre(0, 1, 0, 0, 0, 0, 0));
+  columns[LUM_IMPL_VORTA] = columns[LUM_IMPL_CPU];
+  EXPECT_THAT(countedAs(LUM_IMPL_VORTA), ElementsAre(1, 0, 0, 0, 0, 0, 0));
+  // An operation mode decides on the log alone.
+  lumSetOperationMode(LUMEN_OP_CPU_PERFORMANCE);
+  EXPECT_EQ(LUM_ENTRY_SWITCHES.watch, LUM_WATCH_COUNT);
+  LUM_FUNC_TABLE = table;
 }
 
 TEST_F(Entry, AbortsOnAnIndexAboveTheColumns) {
   EXPECT_EXIT(own(7).call(42), testing::KilledBySignal(SIGABRT), "");
   LUM_IMPL_INDEX[LUM_FN_lumAbsDiffu8] = UINT32_MAX;
   EXPECT_EXIT(lumSmallImage().absDiff(), testing::KilledBySignal(SIGABRT), "");
-  LUM_ENTRY_SWITCHES.runtimeLog = true;
+  LUM_ENTRY_SWITCHES.watch = LUM_WATCH_LOG;
   EXPECT_EXIT(lumSmallImage().absDiff(), testing::KilledBySignal(SIGABRT), "");
-  LUM_ENTRY_SWITCHES.runtimeLog = false;
+  LUM_ENTRY_SWITCHES.watch = 0;
   lumAbsDiffu8(nullptr, nullptr, 1, 1, 1, nullptr, 1);  // refused before the index counts
   EXPECT_EQ(log.take().size(), 1u);
 }

@@ -148,7 +148,7 @@ TEST_F(Remote, RunsCallsThatMeetTheDemands) {
     SCOPED_TRACE(column);
     LUM_IMPL_INDEX[kAbsDiff] = column;
     for (bool logged : {false, true}) {
-      LUM_ENTRY_SWITCHES.runtimeLog = logged;
+      LUM_ENTRY_SWITCHES.watch = logged ? LUM_WATCH_LOG : 0;
       const std::string name = LUM_IMPL_NAME[column];
       EXPECT_EQ(isRemote(7, 16, 12, 4), 1u);
       EXPECT_EQ(isRemote(7, 8, 12, 0), 1u);
@@ -164,7 +164,7 @@ TEST_F(Remote, RunsCallsThatMeetTheDemands) {
   EXPECT_EQ(build.lastRow, kAbsDiff);
 
   EXPECT_EQ(lumSetOperationMode(kTarget | LUMEN_UNIT_GPU), 0);
-  LUM_ENTRY_SWITCHES.runtimeLog = true;
+  LUM_ENTRY_SWITCHES.watch = LUM_WATCH_LOG;
   EXPECT_EQ(isRemote(8, 17, 17, 1), 1u);
   EXPECT_EQ(isRemote(7, 16, 16, 0), 0u);
   EXPECT_THAT(log.take(), ElementsAre("E/lumen_runtime_log: lumAbsDiffu8_GPU",

@@ -15,26 +15,29 @@
 
 namespace {
 
+template <class T>
+constexpr LUMEN_TEST_Type kType = LUMEN_TEST_TypeOf<T>;
+
 // Both sources step their rows by the first one's stride. Rows of a script pass the second source's
 // stride for the destination's.
 template <class T, class TDst>
 constexpr LUMEN_TEST_Image kTwoSources[] = {
-    {.name = "src1", .type = LUMEN_TEST_TypeOf<T>},
-    {.name = "src2", .type = LUMEN_TEST_TypeOf<T>, .strideOf = 0},
-    {.name = "dst", .type = LUMEN_TEST_TypeOf<TDst>, .isWritten = true, .scriptStrideOf = 1},
+    {.name = "src1", .type = kType<T>},
+    {.name = "src2", .type = kType<T>, .strideOf = 0},
+    {.name = "dst", .type = kType<TDst>, .isWritten = true, .scriptStrideOf = 1, .inPlaceOf = 0b11},
 };
 
 template <class T, class TDst, uint32_t kChannels>
 constexpr LUMEN_TEST_Image kOneSource[] = {
-    {.name = "src", .type = LUMEN_TEST_TypeOf<T>, .channels = kChannels},
-    {.name = "dst", .type = LUMEN_TEST_TypeOf<TDst>, .isWritten = true, .channels = kChannels},
+    {.name = "src", .type = kType<T>, .channels = kChannels},
+    {.name = "dst", .type = kType<TDst>, .isWritten = true, .channels = kChannels, .inPlaceOf = 1},
 };
 
 // One value for each channel.
 template <class T>
 constexpr LUMEN_TEST_Scalar value(const char* name, double forProfiling) {
   using Limits = std::numeric_limits<T>;
-  return {name, LUMEN_TEST_TypeOf<T>, Limits::lowest(), Limits::max(), forProfiling};
+  return {name, kType<T>, Limits::lowest(), Limits::max(), forProfiling};
 }
 template <class T, size_t kChannels>
 constexpr std::array<LUMEN_TEST_Scalar, kChannels> kValues = [] {
@@ -108,20 +111,22 @@ LUMEN_UNIT_TEST_ONLY(lumAbsDiffVc4u8, kVc4u8)
 LUMEN_UNIT_TEST_ONLY(lumAbsDiffVc4s32, kVc4s32)
 LUMEN_UNIT_TEST_ONLY(lumAbsDiffVc4f32, kVc4f32)
 
+static constexpr LUMEN_TEST_Function kFunctions[] = {
+    {&ku8, unitTest_lumAbsDiffu8},
+    {&ks32, unitTest_lumAbsDiffs32},
+    {&kf32, unitTest_lumAbsDifff32},
+    {&kVu8, unitTest_lumAbsDiffVu8},
+    {&kVs32, unitTest_lumAbsDiffVs32},
+    {&kVf32, unitTest_lumAbsDiffVf32},
+    {&kVc3u8, nullptr, unitTest_lumAbsDiffVc3u8, profiling_lumAbsDiffVc3u8},
+    {&kVc3s32, nullptr, unitTest_lumAbsDiffVc3s32, profiling_lumAbsDiffVc3s32},
+    {&kVc3f32, nullptr, unitTest_lumAbsDiffVc3f32, profiling_lumAbsDiffVc3f32},
+    {&kVc4u8, nullptr, unitTest_lumAbsDiffVc4u8, profiling_lumAbsDiffVc4u8},
+    {&kVc4s32, nullptr, unitTest_lumAbsDiffVc4s32, profiling_lumAbsDiffVc4s32},
+    {&kVc4f32, nullptr, unitTest_lumAbsDiffVc4f32, profiling_lumAbsDiffVc4f32},
+};
+const std::span<const LUMEN_TEST_Function> LUMEN_TEST_ABSDIFF_FUNCTIONS = kFunctions;
+
 int LUMEN_TEST_ABSDIFF_Test(int loops, const char* dataDirectory) {
-  static constexpr LUMEN_TEST_Function functions[] = {
-      {&ku8, unitTest_lumAbsDiffu8},
-      {&ks32, unitTest_lumAbsDiffs32},
-      {&kf32, unitTest_lumAbsDifff32},
-      {&kVu8, unitTest_lumAbsDiffVu8},
-      {&kVs32, unitTest_lumAbsDiffVs32},
-      {&kVf32, unitTest_lumAbsDiffVf32},
-      {&kVc3u8, nullptr, unitTest_lumAbsDiffVc3u8, profiling_lumAbsDiffVc3u8},
-      {&kVc3s32, nullptr, unitTest_lumAbsDiffVc3s32, profiling_lumAbsDiffVc3s32},
-      {&kVc3f32, nullptr, unitTest_lumAbsDiffVc3f32, profiling_lumAbsDiffVc3f32},
-      {&kVc4u8, nullptr, unitTest_lumAbsDiffVc4u8, profiling_lumAbsDiffVc4u8},
-      {&kVc4s32, nullptr, unitTest_lumAbsDiffVc4s32, profiling_lumAbsDiffVc4s32},
-      {&kVc4f32, nullptr, unitTest_lumAbsDiffVc4f32, profiling_lumAbsDiffVc4f32},
-  };
-  return LUMEN_TEST_RunModule(functions, loops, dataDirectory);
+  return LUMEN_TEST_RunModule(kFunctions, loops, dataDirectory);
 }

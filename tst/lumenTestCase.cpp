@@ -1,12 +1,13 @@
 #include "lumenTestCase.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <vector>
 
 #include "lumenTestCompare.h"
+#include "lumenTestDifference.h"
 #include "lumenTestLog.h"
-#include "lumenTestScript.h"
 
 namespace {
 
@@ -27,17 +28,21 @@ LUMEN_TEST_Destination destinationOf(LUMEN_TEST_Type type, void* place) {
 
 }  // namespace
 
+std::string LUMEN_TEST_ScriptPath(const LUMEN_TEST_Scripts& scripts, bool profiling) {
+  return std::string(scripts.directory) + "/control_script_" + (profiling ? "profiling_" : "") +
+         scripts.suffix + ".csv";
+}
+
 LUMEN_TEST_Script::LUMEN_TEST_Script(const char* dataDirectory, const LUMEN_TEST_Scripts& scripts,
                                      bool profiling) {
   const std::string root = dataDirectory;
-  const std::string path = root + "/" + scripts.directory + "/control_script_" +
-                           (profiling ? "profiling_" : "") + scripts.suffix + ".csv";
+  const std::string path = root + "/" + LUMEN_TEST_ScriptPath(scripts, profiling);
   dataDirectory_ = root + "/" + (profiling ? "lumTestRef" : scripts.directory) + "/";
   if (path.size() < kPathSize) file_.reset(std::fopen(path.c_str(), "rb"));
   if (!file_) LUMEN_TEST_Log("Could not open %s...\n", path.c_str());
 }
 
-int LUMEN_TEST_Case::read(const LUMEN_TEST_Script& script) {
+LUMEN_TEST_RowStatus LUMEN_TEST_Case::read(const LUMEN_TEST_Script& script) {
   const auto images = description_.images;
   const auto scalars = description_.scalars;
   std::vector<LUMEN_TEST_Destination> destinations;
@@ -56,21 +61,17 @@ int LUMEN_TEST_Case::read(const LUMEN_TEST_Script& script) {
   }
   // And the text, which no test reads.
   const int columns = static_cast<int>(destinations.size()) + 1;
-  return LUMEN_TEST_ReadScriptRow(script.dataDirectory(), script.file(), columns, option_,
+  return LUMEN_TEST_NextScriptRow(script.dataDirectory(), script.file(), columns, option_,
                                   destinations);
 }
 
-bool LUMEN_TEST_Case::shapeForProfiling() {
+bool LUMEN_TEST_Case::shape(uint32_t width, uint32_t height) {
   for (size_t i = 0; i < description_.images.size(); ++i) {
     const LUMEN_TEST_Image& image = description_.images[i];
-    const auto row = static_cast<int32_t>(image.rowElements(kProfilingWidth));
-    const auto rows = static_cast<int32_t>(image.rows(kProfilingHeight));
+    const auto row = static_cast<int32_t>(image.rowElements(width));
+    const auto rows = static_cast<int32_t>(image.rows(height));
     const auto elementSize = static_cast<int32_t>(image.elementSize());
     if (!image_[i].Shape({row, rows, 0, 0, row, rows, elementSize, 0}, option_, true)) return false;
-    if (!image.isWritten) {
-      constexpr uint32_t kBytes = kProfilingWidth * kProfilingHeight;
-      std::memset(image_[i].data(), 255, std::min(image_[i].size(), kBytes));
-    }
   }
   for (size_t i = 0; i < description_.scalars.size(); ++i) {
     const LUMEN_TEST_Scalar& scalar = description_.scalars[i];
@@ -79,6 +80,16 @@ bool LUMEN_TEST_Case::shapeForProfiling() {
     });
   }
   return takeArguments();
+}
+
+bool LUMEN_TEST_Case::shapeForProfiling() {
+  if (!shape(kProfilingWidth, kProfilingHeight)) return false;
+  for (size_t i = 0; i < description_.images.size(); ++i) {
+    if (description_.images[i].isWritten) continue;
+    constexpr uint32_t kBytes = kProfilingWidth * kProfilingHeight;
+    std::memset(image_[i].data(), 255, std::min(image_[i].size(), kBytes));
+  }
+  return true;
 }
 
 LUMEN_TEST_Case::State LUMEN_TEST_Case::prepare() {
@@ -126,6 +137,18 @@ int LUMEN_TEST_Case::compare(float tolerance) {
     });
   }
   return differs;
+}
+
+double LUMEN_TEST_Case::difference() const {
+  double largest = 0;
+  for (size_t i = 0; i < description_.images.size() && !std::isnan(largest); ++i) {
+    if (!description_.images[i].isWritten) continue;
+    LUMEN_TEST_WithType(description_.images[i].type, [&](auto value) {
+      const double here = LUMEN_TEST_LargestDifference<decltype(value)>(reference_[i], image_[i]);
+      if (!(here <= largest)) largest = here;
+    });
+  }
+  return largest;
 }
 
 void LUMEN_TEST_Case::flush() const {

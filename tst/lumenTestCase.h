@@ -5,10 +5,15 @@
 
 #include <cstdio>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "lumenTestBuffer.h"
 #include "lumenTestDescription.h"
+#include "lumenTestScript.h"
+
+// Where a control script is in the data directory.
+std::string LUMEN_TEST_ScriptPath(const LUMEN_TEST_Scripts& scripts, bool profiling);
 
 // An open control script, and the directory that its file names are relative to.
 class LUMEN_TEST_Script {
@@ -34,9 +39,12 @@ class LUMEN_TEST_Case {
   LUMEN_TEST_Case(const LUMEN_TEST_Description& description, lumMemOption option)
       : description_(description), option_(option) {}
 
-  // Fills the inputs, the scalars and the references from the script's next row; 0 when there is
-  // none.
-  int read(const LUMEN_TEST_Script& script);
+  // Fills the inputs, the scalars and the references from the script's next row.
+  LUMEN_TEST_RowStatus read(const LUMEN_TEST_Script& script);
+
+  // Makes images of this size without a script, all zero, and scalars as profiling has them. False
+  // when there is no memory.
+  bool shape(uint32_t width, uint32_t height);
 
   // Makes the images of a profiling run without a script: 320 x 240 pixels, of which as many bytes
   // of each input are 255 and the rest 0. False when there is no memory.
@@ -49,8 +57,15 @@ class LUMEN_TEST_Case {
 
   void call() { description_.call(arguments_); }
 
+  const LUMEN_TEST_Arguments& arguments() const { return arguments_; }
+  std::span<uint8_t> bytes(size_t image) { return {image_[image].data(), image_[image].size()}; }
+
   // 0 when every output agrees with its reference.
   int compare(float tolerance);
+
+  // The largest absolute difference of an output from its reference; NaN when there is no such
+  // number.
+  double difference() const;
 
   // Writes the images of the call back to memory.
   void flush() const;

@@ -67,6 +67,9 @@ struct LUMEN_TEST_Image {
   size_t strideOf = kOwn;
   // The image whose stride a control script's row passes for this one's; none: its own.
   size_t scriptStrideOf = kOwn;
+  // Of a written image: the read ones, a bit each, whose memory it may have. Their rows are as
+  // long.
+  uint32_t inPlaceOf = 0;
 
   static constexpr size_t kOwn = SIZE_MAX;
   size_t elementSize() const { return LUMEN_TEST_SizeOf(type); }

@@ -4,9 +4,10 @@
 #include "lumenTestConfig.h"
 #include "lumenTestLog.h"
 #include "lumenTestModules.h"
+#include "lumenTestTally.h"
 
 int TEST_HW_Test(int, const char*) {
-  if (lumenTestRunConfig.funcId != 0) return 0;
+  if (lumenTestRunConfig.funcId != 0 || !LUMEN_TEST_ModuleTakesPart()) return 0;
   const uint16_t mask = static_cast<uint16_t>(lumAvailableHardware(LUMEN_OP_PERFORMANCE));
   const auto has = [mask](int unit) { return static_cast<unsigned short>((mask & unit) != 0); };
   LUMEN_TEST_Log(

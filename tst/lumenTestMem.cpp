@@ -21,6 +21,7 @@
 #include "lumenTestConfig.h"
 #include "lumenTestLog.h"
 #include "lumenTestModules.h"
+#include "lumenTestTally.h"
 
 namespace {
 
@@ -124,7 +125,7 @@ int LUMEN_TEST_CheckMemAlignment(void* (*alloc)(uint32_t nBytes, uint32_t byteAl
 }
 
 int TEST_MEM_Test(int loops, const char*) {
-  if (lumenTestRunConfig.funcId != 0) return 0;
+  if (lumenTestRunConfig.funcId != 0 || !LUMEN_TEST_ModuleTakesPart()) return 0;
   int failed = LUMEN_TEST_CheckMemAlignment(lumMemAlloc, lumMemFree);
   const uint32_t count =
       loops < 0 ? 0 - static_cast<uint32_t>(loops) : static_cast<uint32_t>(loops);

@@ -88,4 +88,7 @@ struct LUMEN_TEST_Function {
 int LUMEN_TEST_RunModule(std::span<const LUMEN_TEST_Function> functions, int loops,
                          const char* dataDirectory);
 
+// What modules list, for tests of the checks themselves.
+extern const std::span<const LUMEN_TEST_Function> LUMEN_TEST_ABSDIFF_FUNCTIONS;
+
 #endif  // LUMEN_TEST_MODULE_H

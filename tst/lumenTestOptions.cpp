@@ -71,17 +71,33 @@ constexpr Option kOptions[] = {
     {"-TWOp", 5, nullptr, [](Options&, const char*) { lumenTestRunConfig.testWithoutOpMode = 1; }},
 };
 
-}  // namespace
-
 // An option's value takes the argument's place in the comparisons that follow: in "-l -U" the value
-// is an option as well, and "-m -E" sets both.
-const char* LUMEN_TEST_ReadOptions(int argc, const char* const* argv, LUMEN_TEST_Options& options) {
+// is an option as well, and "-m -E" sets both. Calls `found` with each option and the place of its
+// value, or of itself when it takes none. No option begins with two dashes, so an argument that
+// does is passed over, unless it is the value of the option before it.
+template <class Found>
+const char* scan(int argc, const char* const* argv, Found found) {
   for (int i = LUMEN_TEST_MIN_ARGUMENTS; i < argc; ++i) {
     for (const Option& option : kOptions) {
       if (std::strncmp(argv[i], option.text, option.comparedBytes) != 0) continue;
       if (option.noValue && ++i == argc) return option.noValue;
-      option.apply(options, argv[i]);
+      found(option, i);
     }
   }
   return nullptr;
+}
+
+}  // namespace
+
+const char* LUMEN_TEST_ReadOptions(int argc, const char* const* argv, LUMEN_TEST_Options& options) {
+  return scan(argc, argv,
+              [&](const Option& option, int value) { option.apply(options, argv[value]); });
+}
+
+std::vector<bool> LUMEN_TEST_FindOptionValues(int argc, const char* const* argv) {
+  std::vector<bool> isValue(static_cast<size_t>(argc));
+  scan(argc, argv, [&](const Option& option, int value) {
+    if (option.noValue) isValue[static_cast<size_t>(value)] = true;
+  });
+  return isValue;
 }

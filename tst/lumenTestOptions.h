@@ -3,6 +3,8 @@
 #ifndef LUMEN_TEST_OPTIONS_H
 #define LUMEN_TEST_OPTIONS_H
 
+#include <vector>
+
 // The first argument is the data directory, whatever it looks like, so a command line has at least
 // two; one of 15 is refused.
 inline constexpr int LUMEN_TEST_MIN_ARGUMENTS = 2;
@@ -28,6 +30,9 @@ struct LUMEN_TEST_Options {
 // Reads the options, from the third argument on. Returns null, or the message to print when the
 // last argument is an option that lacks its value. Arguments that are no option are passed over.
 const char* LUMEN_TEST_ReadOptions(int argc, const char* const* argv, LUMEN_TEST_Options& options);
+
+// For each argument, whether it is the value of an option before it.
+std::vector<bool> LUMEN_TEST_FindOptionValues(int argc, const char* const* argv);
 
 // Prints the help text to standard error.
 void LUMEN_TEST_PrintHelp(const char* program);

@@ -1,5 +1,6 @@
 #include "lumenTestRun.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -10,10 +11,14 @@
 #include "lumenTestConfig.h"
 #include "lumenTestDefaultMode.h"
 #include "lumenTestDevice.h"
+#include "lumenTestExtras.h"
 #include "lumenTestFunctions.h"
 #include "lumenTestLog.h"
 #include "lumenTestModules.h"
+#include "lumenTestRecord.h"
+#include "lumenTestSweep.h"
 #include "lumenTestTable.h"
+#include "lumenTestTally.h"
 #include "lumenTestToInt.h"
 
 namespace {
@@ -42,8 +47,11 @@ int refuse(const char* program, const char* message) {
   return 1;
 }
 
-void seedGenerator(long seed) {
-  std::srand(static_cast<unsigned int>(seed >= 0 ? seed : static_cast<long>(std::time(nullptr))));
+// Returns the seed that was taken.
+unsigned int seedGenerator(long given) {
+  const long seed = given >= 0 ? given : static_cast<long>(std::time(nullptr));
+  std::srand(static_cast<unsigned int>(seed));
+  return static_cast<unsigned int>(seed);
 }
 
 void checkDspLibraries(const LUMEN_TEST_Options& options) {
@@ -54,10 +62,12 @@ void checkDspLibraries(const LUMEN_TEST_Options& options) {
   if (LUMEN_TEST_ToInt(flag) != 0) check_skel_libs("ls /vendor/lib/rfsa/adsp/");
 }
 
-void initializeLibrary(const LUMEN_TEST_Options& options) {
+// Returns the mask of the hardware that was found.
+uint32_t initializeLibrary(const LUMEN_TEST_Options& options) {
   const bool performance = mayUse(options, kUnitsBesideTheProcessor);
   const int64_t start = lumGetTime();
-  lumAvailableHardware(performance ? LUMEN_OP_PERFORMANCE : LUMEN_OP_CPU_PERFORMANCE);
+  const uint32_t hardware =
+      lumAvailableHardware(performance ? LUMEN_OP_PERFORMANCE : LUMEN_OP_CPU_PERFORMANCE);
   const long long time = lumGetTime() - start;
   if (performance) {
     LUMEN_TEST_Log("\nTime taken for Initialization(Z6,GPU) in LUMEN_OP_PERFORMANCE is: %lld \n",
@@ -65,6 +75,7 @@ void initializeLibrary(const LUMEN_TEST_Options& options) {
   } else {
     LUMEN_TEST_Log("\nTime taken for Initialization in LUMEN_OP_CPU_PERFORMANCE is: %lld \n", time);
   }
+  return hardware;
 }
 
 void chooseTargets(const LUMEN_TEST_Options& options) {
@@ -152,6 +163,45 @@ void startMemory(const LUMEN_TEST_Options& options) {
   }
 }
 
+// Whether -m and -f name something; only --strict asks.
+bool namesAreKnown(const LUMEN_TEST_Options& options) {
+  const auto selected = [&](const LUMEN_TEST_Module& module) {
+    return module.isSelectedBy(options.moduleName);
+  };
+  if (std::none_of(std::begin(LUMEN_TEST_MODULES), std::end(LUMEN_TEST_MODULES), selected)) {
+    LUMEN_TEST_LogFault("there is no module %s", options.moduleName);
+    return false;
+  }
+  if (options.funcName && lumenTestRunConfig.funcId == LUMEN_FUNC_NONE) {
+    LUMEN_TEST_LogFault("there is no function %s", options.funcName);
+    return false;
+  }
+  return true;
+}
+
+// The modules, as often as is wanted, each time with the next seed.
+int runModules(const LUMEN_TEST_Options& options, const char* dataDirectory, unsigned int seed) {
+  const LUMEN_TEST_Extras& extras = lumenTestExtras;
+  if (extras.strict && !namesAreKnown(options)) return 1;
+  int failed = 0;
+  const uint32_t passes = extras.list ? 1 : extras.repeat;
+  for (uint32_t pass = 0; pass < passes && !lumenTestTally.stopped; ++pass) {
+    if (pass > 0) std::srand(seed + pass);
+    if (passes > 1)
+      LUMEN_TEST_Log("LUMEN_TEST, pass %u of %u, seed %u", pass + 1, passes, seed + pass);
+    lumenTestOwnDataRun.seed = seed + pass;
+    failed |=
+        LUMEN_TEST_RunModules(LUMEN_TEST_MODULES, options.moduleName, options.loops, dataDirectory);
+  }
+  if (!extras.strict) return failed;
+  if (lumenTestTally.ran == 0) {
+    LUMEN_TEST_LogFault("nothing was selected");
+    return 1;
+  }
+  if (lumenTestTally.fellBack) LUMEN_TEST_LogFault("a slot fell back to another column");
+  return failed || lumenTestTally.fellBack || LUMEN_TEST_AnyExtraCheckFailed();
+}
+
 void summarize(int failed) {
   const char* verdict = lumenTestSettings.resultText[failed];
   LUMEN_TEST_Log("FIT:(FeatureName=>LUMEN, Overall=>%s)", verdict);
@@ -163,17 +213,20 @@ void summarize(int failed) {
 
 int LUMEN_TEST_Run(const char* program, const char* dataDirectory,
                    const LUMEN_TEST_Options& options) {
+  const bool list = lumenTestExtras.list;  // what would run, and nothing is
   int failed = 0;
-  if (lumenTestRunConfig.testWithoutOpMode) {
+  if (lumenTestRunConfig.testWithoutOpMode && !list) {
     failed = LUMEN_TEST_CheckDefaultMode(LUMEN_TEST_DEFAULT_MODE_TESTS, dataDirectory) != 0;
   }
-  if (options.bumpClocks) lumtest_bump_arm_clk();
+  if (options.bumpClocks && !list) lumtest_bump_arm_clk();
   if (options.funcName && !options.moduleName) {
     return refuse(program, "ERROR: Specify the module name to which this function belongs\n");
   }
-  seedGenerator(options.seed);
-  checkDspLibraries(options);
-  initializeLibrary(options);
+  const unsigned int seed = seedGenerator(options.seed);
+  if (!list) {
+    checkDspLibraries(options);
+    LUMEN_TEST_RecordRun(seed, initializeLibrary(options));
+  }
 
   chooseTargets(options);
   chooseModes(options);
@@ -182,8 +235,10 @@ int LUMEN_TEST_Run(const char* program, const char* dataDirectory,
   }
   chooseSlots(options);
 
-  lumtest_dump_clocks();
-  printProfilingOrder();
+  if (!list) {
+    lumtest_dump_clocks();
+    printProfilingOrder();
+  }
   if (lumenTestRunConfig.funcId != LUMEN_FUNC_NONE) {
     LUMEN_TEST_Log("Function chosen: %s ", options.funcName);
   }
@@ -191,9 +246,10 @@ int LUMEN_TEST_Run(const char* program, const char* dataDirectory,
   LUMEN_TEST_ClearTestTable();
   if (const int status = LUMEN_TEST_ReadTestTable(dataDirectory)) return status;
 
+  lumenTestOwnDataRun.dataDirectory = dataDirectory;
+  if (list) return runModules(options, dataDirectory, seed);
   startMemory(options);
-  failed |=
-      LUMEN_TEST_RunModules(LUMEN_TEST_MODULES, options.moduleName, options.loops, dataDirectory);
+  failed |= runModules(options, dataDirectory, seed);
   summarize(failed);
   LUMEN_TEST_LogBuiltModules(LUMEN_TEST_MODULES);
   if (options.useBufferPool) lumMemDeInit();

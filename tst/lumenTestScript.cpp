@@ -269,23 +269,24 @@ bool readHeader(FILE* file, const char* dataDirectory, std::vector<char>& line,
 
 }  // namespace
 
-int LUMEN_TEST_ReadScriptRow(const char* dataDirectory, FILE* file, int numArguments,
-                             lumMemOption opt,
-                             std::span<const LUMEN_TEST_Destination> destinations) {
+LUMEN_TEST_RowStatus LUMEN_TEST_NextScriptRow(
+    const char* dataDirectory, FILE* file, int numArguments, lumMemOption opt,
+    std::span<const LUMEN_TEST_Destination> destinations) {
+  using Status = LUMEN_TEST_RowStatus;
   std::vector<char> line(kLine);
   std::vector<std::string> types;
-  if (!readHeader(file, dataDirectory, line, types)) return 0;
+  if (!readHeader(file, dataDirectory, line, types)) return Status::refused;
 
   char* start = nullptr;
   switch (LUMEN_TEST_ReadLine(file, line.data(), line.size(), start)) {
     case LUMEN_TEST_LineStatus::kLine:
       break;
     case LUMEN_TEST_LineStatus::kEnd:
-      return 0;
+      return Status::end;
     case LUMEN_TEST_LineStatus::kTooLong:
       LUMEN_TEST_Log("Error: a line of %s/controlscript is longer than %zu characters\n",
                      dataDirectory, kLine);
-      return 0;
+      return Status::refused;
   }
   const std::vector<std::string> fields = LUMEN_TEST_SplitCsvString(start);
   if (fields.size() != static_cast<size_t>(std::max(numArguments, 0))) {
@@ -293,13 +294,13 @@ int LUMEN_TEST_ReadScriptRow(const char* dataDirectory, FILE* file, int numArgum
         "Error: Bad Formatting in %s/controlscript - Cannot read test case parameters. ncol %d, "
         "numArguments %d ",
         dataDirectory, static_cast<int>(fields.size()), numArguments);
-    return 0;
+    return Status::refused;
   }
 
   FieldReader reader = {dataDirectory, opt};
   auto destination = destinations.begin();
   for (size_t column = 0; column < std::min(fields.size(), types.size()); ++column) {
-    if (destination == destinations.end()) return 1;
+    if (destination == destinations.end()) return Status::row;
     const std::string &written = types[column], &field = fields[column];
     const ColumnType* type = findType(written);
     if (!type) {
@@ -308,12 +309,19 @@ int LUMEN_TEST_ReadScriptRow(const char* dataDirectory, FILE* file, int numArgum
     } else if (!reader.read(*type, field, *destination++)) {
       LUMEN_TEST_Log("Error: column %zu of %s/controlscript, type '%s', '%s': %s\n", column + 1,
                      dataDirectory, written.c_str(), field.c_str(), reader.reason);
-      return 0;
+      return Status::refused;
     }
   }
-  if (destination == destinations.end()) return 1;
+  if (destination == destinations.end()) return Status::row;
   LUMEN_TEST_Log("Error: %s/controlscript has %d columns of known types, the test expects %d\n",
                  dataDirectory, static_cast<int>(destination - destinations.begin()),
                  static_cast<int>(destinations.size()));
-  return 0;
+  return Status::refused;
+}
+
+int LUMEN_TEST_ReadScriptRow(const char* dataDirectory, FILE* file, int numArguments,
+                             lumMemOption opt,
+                             std::span<const LUMEN_TEST_Destination> destinations) {
+  return LUMEN_TEST_NextScriptRow(dataDirectory, file, numArguments, opt, destinations) ==
+         LUMEN_TEST_RowStatus::row;
 }

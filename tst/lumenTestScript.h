@@ -47,10 +47,18 @@ using LUMEN_TEST_Destination =
     std::variant<bool*, char*, unsigned char*, short*, unsigned short*, int*, unsigned int*, long*,
                  unsigned long*, float*, LUMEN_TEST_Rect*, LUMEN_TEST_Text, LUMEN_TEST_BufferOf>;
 
+// What the next row of a script came to: the log says why one was refused, as is a script without
+// its two header lines.
+enum class LUMEN_TEST_RowStatus { row, end, refused };
+
 // Reads the next row of an open script into one destination for each column of a known type, in
-// column order; 1 when there was one, 0 at the end of the script or, with a line in the log that
-// says why, for a row that is refused. Columns beyond the destinations are not read. A number is
-// what the script's type makes of the field (a blank field is 0) and must fit the destination.
+// column order. Columns beyond the destinations are not read. A number is what the script's type
+// makes of the field (a blank field is 0) and must fit the destination.
+LUMEN_TEST_RowStatus LUMEN_TEST_NextScriptRow(const char* dataDirectory, FILE* file,
+                                              int numArguments, lumMemOption opt,
+                                              std::span<const LUMEN_TEST_Destination> destinations);
+
+// The same: 1 when there was a row, 0 at the end of the script or for a row that is refused.
 int LUMEN_TEST_ReadScriptRow(const char* dataDirectory, FILE* file, int numArguments,
                              lumMemOption opt,
                              std::span<const LUMEN_TEST_Destination> destinations);

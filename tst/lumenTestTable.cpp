@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <string>
 
+#include "lumenTestExtras.h"
 #include "lumenTestLog.h"
 #include "lumenTestScript.h"
 
@@ -29,14 +30,27 @@ FILE* openTable(const std::string& path) {
   return file;
 }
 
-bool readRecord(const char* dataDirectory, FILE* file, LUMEN_TEST_TableRecord& record) {
+LUMEN_TEST_RowStatus readRecord(const char* dataDirectory, FILE* file,
+                                LUMEN_TEST_TableRecord& record) {
   record = {};
   auto& [row0, row1] = record.tolerance;
-  return LUMEN_TEST_ReadControlScript(
-      dataDirectory, file, kColumns, LUMEN_MEM_HEAP,
-      LUMEN_TEST_Text{record.name, sizeof(record.name)}, &record.implC, &record.implVorta,
-      &record.implZDSP, &record.implGPU, &record.numTolerances,  //
-      &row0[0], &row0[1], &row0[2], &row0[3], &row1[0], &row1[1], &row1[2], &row1[3]);
+  const LUMEN_TEST_Destination destinations[kColumns] = {
+      LUMEN_TEST_Text{record.name, sizeof(record.name)},
+      &record.implC,
+      &record.implVorta,
+      &record.implZDSP,
+      &record.implGPU,
+      &record.numTolerances,
+      &row0[0],
+      &row0[1],
+      &row0[2],
+      &row0[3],
+      &row1[0],
+      &row1[1],
+      &row1[2],
+      &row1[3],
+  };
+  return LUMEN_TEST_NextScriptRow(dataDirectory, file, kColumns, LUMEN_MEM_HEAP, destinations);
 }
 
 // The file is not trusted to keep within the record, nor its tolerances to be numbers.
@@ -77,7 +91,8 @@ int LUMEN_TEST_ReadTestTable(const char* dataDirectory) {
   }
 
   LUMEN_TEST_TableRecord record;
-  while (readRecord(dataDirectory, file, record)) {
+  LUMEN_TEST_RowStatus status;
+  while ((status = readRecord(dataDirectory, file, record)) == LUMEN_TEST_RowStatus::row) {
     const LUMEN_FUNC id = parseFunctionName(record.name);
     if (id == LUMEN_FUNC_NONE) {
       LUMEN_TEST_Log("WARNING - Unknown function %s in %s/LumenTestTable.csv.\n", record.name,
@@ -88,6 +103,10 @@ int LUMEN_TEST_ReadTestTable(const char* dataDirectory) {
     table[id] = record;
   }
   std::fclose(file);
+  if (status == LUMEN_TEST_RowStatus::refused && lumenTestExtras.strict) {
+    LUMEN_TEST_LogFault("a row of %s cannot be read", path.c_str());
+    return 1;
+  }
 
   for (unsigned int id = 1; id <= LUMEN_FUNC_COUNT; ++id) {
     if (table[id].name[0] == '\0') {

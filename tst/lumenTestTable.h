@@ -27,7 +27,8 @@ struct LUMEN_TEST_TableRecord {
 void LUMEN_TEST_ClearTestTable();
 
 // Reads the file; a function that it names twice gets the later line. Unknown names and functions
-// that it lacks are only logged. Returns 0, or 1 when the file cannot be opened.
+// that it lacks are only logged. Returns 0, or 1 when the file cannot be opened, or with --strict
+// when one of its rows cannot be read.
 int LUMEN_TEST_ReadTestTable(const char* dataDirectory);
 
 // Non-zero when the function is to be tested in the slot; writes as many tolerances as the function

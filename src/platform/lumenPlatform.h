@@ -20,6 +20,10 @@ enum lumLogPriority : int {
 void lumLog(lumLogPriority priority, const char* tag, const char* format, ...)
     __attribute__((format(printf, 3, 4)));
 
+// Where the log goes to standard error, `beforeRecord` is called before each record; null: nothing.
+// For a program that shows its progress there.
+void lumSetLogHook(void (*beforeRecord)());
+
 // Room for a property's value and its terminating zero.
 inline constexpr size_t LUM_PROPERTY_SIZE = 92;
 

@@ -17,6 +17,9 @@ void lumLog(lumLogPriority priority, const char* tag, const char* format, ...) {
   va_end(arguments);
 }
 
+// The log is not on the terminal.
+void lumSetLogHook(void (*)()) {}
+
 void lumSystemProperty(const char* name, char (&value)[LUM_PROPERTY_SIZE]) {
   if (__system_property_get(name, value) <= 0) value[0] = '\0';
 }

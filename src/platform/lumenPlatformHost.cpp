@@ -18,7 +18,10 @@ namespace {
 
 constexpr char kPriorityLetter[] = "??VDIWEF";
 
+void (*logHook)() = nullptr;
+
 void toStandardError(lumLogPriority priority, const char* tag, const char* text) {
+  if (logHook) logHook();
   size_t length = 0;
   char* record = lumHostFormatRecord(priority, tag, text, length);
   if (!record) return;
@@ -76,6 +79,8 @@ char* lumHostFormatRecord(lumLogPriority priority, const char* tag, const char* 
 lumLogSink lumHostSetLogSink(lumLogSink sink) {
   return std::exchange(logSink, sink ? sink : toStandardError);
 }
+
+void lumSetLogHook(void (*beforeRecord)()) { logHook = beforeRecord; }
 
 void lumLog(lumLogPriority priority, const char* tag, const char* format, ...) {
   va_list arguments, again;

@@ -1,0 +1,1 @@
+"""Whether a run is slower than another, or fails where the other did not."""
