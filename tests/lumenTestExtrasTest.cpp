@@ -44,8 +44,8 @@ TEST(TestExtras, AreReadFromTheCommandLineAndTheEnvironment) {
   const LUMEN_TEST_Extras all =
       read({"--strict", "--list", "--attest", "--selftest", "--poison", "--stop-on-fail",
             "--sweep=full", "--guard=head", "--bench=0.5", "--isolate=2.5", "--repeat=1000000",
-            "--case=lumAbsDiffs32/V/sweep/w1h1/zeros/0", "--save-failing=dir", "--json=a=b", "--junit=c",
-            "--filter=x*", "--help", "--filter=y", "--exclude=z"})
+            "--case=lumAbsDiffs32/V/sweep/w1h1/zeros/0", "--save-failing=dir", "--json=a=b",
+            "--junit=c", "--filter=x*", "--help", "--filter=y", "--exclude=z"})
           .extras;
   EXPECT_TRUE(all.given && all.strict && all.list && all.attest && all.selfTest && all.poison &&
               all.stopOnFail && all.help && all.checksOwnData() && all.narrows());
