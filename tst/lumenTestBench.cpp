@@ -19,7 +19,6 @@
 #include "lumenTestRandom.h"
 #include "lumenTestRecord.h"
 #include "lumenTestStatistics.h"
-#include "lumenTestSweepData.h"
 
 namespace {
 
@@ -67,8 +66,9 @@ struct Images {
     LUMEN_TEST_Random random(kSeed);  // the same contents in every kind of memory
     for (size_t i = 0; i < description.images.size(); ++i) {
       const LUMEN_TEST_Image& image = description.images[i];
-      if (image.hasRange()) LUMEN_TEST_FillInRange(image, testCase.bytes(i), random);
-      else if (!image.isWritten) fill(image.type, testCase.bytes(i), random);
+      if (!image.isWritten && !testCase.fillForTiming(i, random)) {
+        fill(image.type, testCase.bytes(i), random);
+      }
       blocks.push_back(testCase.bytes(i));
     }
   }

@@ -92,15 +92,17 @@ bool LUMEN_TEST_Case::shapeLike(size_t image, LUMEN_TEST_Extent all, LUMEN_TEST_
                              option_, true);
 }
 
+bool LUMEN_TEST_Case::fillForTiming(size_t image, LUMEN_TEST_Random& random) {
+  return LUMEN_TEST_FillForTiming(description_.images[image], bytes(image),
+                                  static_cast<size_t>(image_[image].shape().stride), random);
+}
+
 bool LUMEN_TEST_Case::shapeForProfiling() {
   if (!shape(kProfilingWidth, kProfilingHeight)) return false;
   for (size_t i = 0; i < description_.images.size(); ++i) {
-    if (description_.images[i].hasRange()) {
-      LUMEN_TEST_Random random(i);
-      LUMEN_TEST_FillInRange(description_.images[i], bytes(i), random);
-      continue;
-    }
     if (description_.images[i].isWritten) continue;
+    LUMEN_TEST_Random random(i);
+    if (fillForTiming(i, random)) continue;
     constexpr uint32_t kBytes = kProfilingWidth * kProfilingHeight;
     std::memset(image_[i].data(), 255, std::min(image_[i].size(), kBytes));
   }

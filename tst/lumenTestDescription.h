@@ -107,6 +107,9 @@ struct LUMEN_TEST_Image {
   bool isScratch = false;
   // What tests choose for the elements of a read image; both 0: any value of its type.
   double least = 0, greatest = 0;
+  // Of bytes that are read: times depend on what the image shows, so that a scene with flat parts,
+  // edges and corners is timed, not noise.
+  bool isPicture = false;
 
   static constexpr size_t kOwn = SIZE_MAX;
   size_t elementSize() const { return LUMEN_TEST_SizeOf(type); }

@@ -34,8 +34,9 @@ void LUMEN_TEST_FillOutputs(const LUMEN_TEST_Description& description,
                             const LUMEN_TEST_Layout& layout, const LUMEN_TEST_Arguments& arguments,
                             uint8_t fill);
 
-// Random elements, of an image with a range.
-void LUMEN_TEST_FillInRange(const LUMEN_TEST_Image& image, std::span<uint8_t> bytes,
-                            LUMEN_TEST_Random& random);
+// Random elements in the range of an image, or the scene that a picture shows; `bytes` are its rows
+// of `rowElements` without gaps. False for other images.
+bool LUMEN_TEST_FillForTiming(const LUMEN_TEST_Image& image, std::span<uint8_t> bytes,
+                              size_t rowElements, LUMEN_TEST_Random& random);
 
 #endif  // LUMEN_TEST_SWEEP_DATA_H
