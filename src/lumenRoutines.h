@@ -8,6 +8,15 @@
 
 inline constexpr uint32_t LUM_ROUTINE_COUNT = 71;
 
+// The score of the corner at `p`, whose circle is at these offsets, found with this barrier.
+using lumCornerScore = uint32_t(const uint8_t* p, const int32_t* offsets, int32_t barrier);
+
+#define LUM_ROUTINE_C(slot, name, type) extern "C" type name##C;
+#define LUM_ROUTINE_CV(slot, name, type) \
+  extern "C" type name##C;               \
+  extern const lumVectorSet<type> name##V;
+#include "lumenRoutines.def"
+
 struct lumRoutineTable {
 #define LUM_ROUTINE(slot, name) lumAnyFunction name;
 #define LUM_ROUTINE_C(slot, name, type) type* name;

@@ -27,6 +27,11 @@
   constinit const lumVectorSet<decltype(name)> name##V = { \
       {LUM_SSE4(name), LUM_AVX2(name), LUM_AVX512(name), LUM_NEON(name)}}
 
+// The same of a shared routine, which has no public function.
+#define LUM_VECTOR_ROUTINE(name, type)           \
+  constinit const lumVectorSet<type> name##V = { \
+      {LUM_SSE4(name), LUM_AVX2(name), LUM_AVX512(name), LUM_NEON(name)}}
+
 #if HWY_TARGETS & HWY_SSE4
 #define LUM_SSE4(name) lumen::N_SSE4::name
 #else

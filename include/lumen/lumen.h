@@ -6,6 +6,7 @@
 
 #include "lumen/lumenArithm.h"
 #include "lumen/lumenControl.h"
+#include "lumen/lumenFast.h"
 #include "lumen/lumenMem.h"
 #include "lumen/lumenTypes.h"
 
