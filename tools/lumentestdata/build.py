@@ -3,11 +3,13 @@
 import re
 from pathlib import Path
 
-from . import absdiff, profiling
+from . import absdiff, color_layout, color_rgb, profiling
 from .formats import table
 from .tree import Tree
 
 _FUNCTION_LIST = Path(__file__).parents[2] / "tst" / "lumenTestFunctions.def"
+
+_MODULES = (absdiff, color_layout, color_rgb)
 
 _UNITS = ("C", "Vorta", "ZDSP", "GPU")
 _TEST_TABLE_COLUMNS = [
@@ -22,7 +24,8 @@ def build_tree() -> Tree:
     """Every file that is shipped, manifests included."""
     tree = Tree()
     tree.add("LumenTestTable.csv", _test_table())
-    absdiff.add_all(tree)
+    for module in _MODULES:
+        module.add_all(tree)
     profiling.add_shipped(tree)
     tree.add_manifests()
     return tree
@@ -31,7 +34,7 @@ def build_tree() -> Tree:
 def _test_table() -> bytes:
     """A row for every function that the test program knows. Every unit implements those with data
     here, and to the last bit: one row of zero tolerances. No unit implements the others yet."""
-    built = set(absdiff.function_names())
+    built = {name for module in _MODULES for name in module.function_names()}
     rows = []
     for name in _known_functions():
         flag = "1" if name in built else "0"
