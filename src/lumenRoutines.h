@@ -8,6 +8,18 @@
 
 inline constexpr uint32_t LUM_ROUTINE_COUNT = 71;
 
+// Rows of packed RGB to YCbCr.
+using lumRgbToLuma = void(const uint8_t* src, uint32_t width, uint8_t* dstY);
+using lumRgbToPlanes = void(const uint8_t* src, uint32_t width, uint8_t* dstY, uint8_t* dstCb,
+                            uint8_t* dstCr);
+using lumRgbToPseudoPlanes = void(const uint8_t* src, uint32_t width, uint8_t* dstY, uint8_t* dstC);
+
+#define LUM_ROUTINE_C(slot, name, type) extern "C" type name##C;
+#define LUM_ROUTINE_CV(slot, name, type) \
+  extern "C" type name##C;               \
+  extern const lumVectorSet<type> name##V;
+#include "lumenRoutines.def"
+
 struct lumRoutineTable {
 #define LUM_ROUTINE(slot, name) lumAnyFunction name;
 #define LUM_ROUTINE_C(slot, name, type) type* name;

@@ -5,6 +5,7 @@
 #define LUMEN_H
 
 #include "lumen/lumenArithm.h"
+#include "lumen/lumenColor.h"
 #include "lumen/lumenControl.h"
 #include "lumen/lumenMem.h"
 #include "lumen/lumenTypes.h"
