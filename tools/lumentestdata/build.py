@@ -3,7 +3,7 @@
 import re
 from pathlib import Path
 
-from . import absdiff, profiling
+from . import absdiff, colour, profiling
 from .formats import table
 from .tree import Tree
 
@@ -23,6 +23,7 @@ def build_tree() -> Tree:
     tree = Tree()
     tree.add("LumenTestTable.csv", _test_table())
     absdiff.add_all(tree)
+    colour.add_all(tree)
     profiling.add_shipped(tree)
     tree.add_manifests()
     return tree
@@ -31,7 +32,7 @@ def build_tree() -> Tree:
 def _test_table() -> bytes:
     """A row for every function that the test program knows. Every unit implements those with data
     here, and to the last bit: one row of zero tolerances. No unit implements the others yet."""
-    built = set(absdiff.function_names())
+    built = {*absdiff.function_names(), *colour.function_names()}
     rows = []
     for name in _known_functions():
         flag = "1" if name in built else "0"

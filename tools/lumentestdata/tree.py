@@ -7,7 +7,7 @@ from pathlib import Path
 
 from . import SEED, VERSION
 
-LIMIT = 300_000  # bytes that the whole tree may take
+LIMIT = 500_000  # bytes that the whole tree may take
 MANIFEST = "MANIFEST"
 REFERENCES = "lumTestRef"  # data of profiling scripts
 GENERATED = f"{REFERENCES}/generated"  # those of full size, not part of the tree
