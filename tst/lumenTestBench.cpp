@@ -19,6 +19,7 @@
 #include "lumenTestRandom.h"
 #include "lumenTestRecord.h"
 #include "lumenTestStatistics.h"
+#include "lumenTestSweepData.h"
 
 namespace {
 

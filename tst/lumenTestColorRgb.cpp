@@ -1,12 +1,14 @@
-// Module COLORRGB: packed RGB formats into each other, and into gray, YCrCb, HSV and Lab.
+// Module COLORRGB: packed RGB formats into each other, and into gray, YCrCb, HSV, Lab and YCbCr.
 //
 // Script columns: source, reference and a text. Images are stored with one channel of bytes, and
 // rows that many times as long.
 
 #include <string_view>
+#include <vector>
 
 #include "lumen/lumenColorRgb.h"
 #include "lumenColorFormat.h"
+#include "lumenTestColorDescription.h"
 #include "lumenTestModule.h"
 #include "lumenTestModules.h"
 
@@ -51,5 +53,8 @@ int LUMEN_TEST_COLORRGB_Test(int loops, const char* dataDirectory) {
   static constexpr LUMEN_TEST_Function kFunctions[] = {
 #include "lumenColorRgb.def"
   };
-  return LUMEN_TEST_RunModule(kFunctions, loops, dataDirectory);
+  std::vector<LUMEN_TEST_Function> functions(std::begin(kFunctions), std::end(kFunctions));
+  functions.insert(functions.end(), LUMEN_TEST_COLOR_FROM_RGB_FUNCTIONS.begin(),
+                   LUMEN_TEST_COLOR_FROM_RGB_FUNCTIONS.end());
+  return LUMEN_TEST_RunModule(functions, loops, dataDirectory);
 }

@@ -5,6 +5,7 @@
 #define LUMEN_H
 
 #include "lumen/lumenArithm.h"
+#include "lumen/lumenColor.h"
 #include "lumen/lumenColorLayout.h"
 #include "lumen/lumenColorRgb.h"
 #include "lumen/lumenControl.h"
