@@ -46,6 +46,40 @@ HWY_INLINE void StoreBytes(VBytes v, uint8_t* dst) {
   else hn::StoreU(v, Bytes(), dst);
 }
 
+// A product of words by a factor, one instruction: a compiler that sees the factor makes shifts and
+// additions of it, which are more than that.
+template <class V>
+HWY_INLINE V Times(V v, hn::TFromV<V> factor) {
+  V factors = hn::Set(hn::DFromV<V>(), factor);
+#if HWY_TARGET == HWY_AVX3
+  asm("" : "+v"(factors.raw));
+#elif HWY_ARCH_X86
+  asm("" : "+x"(factors.raw));
+#endif
+  return hn::Mul(v, factors);
+}
+
+// The first pixel of some bytes that lies where vectors are aligned, if one does.
+template <size_t kBytes>
+HWY_INLINE size_t FirstAligned(const uint8_t* row) {
+  const size_t missing = -reinterpret_cast<uintptr_t>(row) % kLanes;
+  // 43 is the inverse of 3 modulo 64 and its divisors.
+  return kBytes == 3 ? missing * 43 % kLanes : missing / kBytes;
+}
+
+// A channel of kLanes pixels, as bytes, or every second pixel as words.
+struct Plane {
+  VBytes v;
+
+  HWY_INLINE VBytes All() const { return v; }
+  HWY_INLINE VWords Even() const { return hn::And(hn::BitCast(Words(), v), hn::Set(Words(), 255)); }
+  HWY_INLINE VWords Odd() const { return hn::ShiftRight<8>(hn::BitCast(Words(), v)); }
+};
+template <class T>
+struct Three {
+  T c0, c1, c2;
+};
+
 // Block by block: the words of a, then those of b, as bytes, with 0 for less and 255 for more.
 HWY_INLINE VBytes PackBlocks(VShorts a, VShorts b) {
 #if HWY_TARGET == HWY_AVX3
@@ -123,24 +157,29 @@ HWY_INLINE void MergeBlocks(V& a, V& b) {
 // in just one of them, so that one permutation for each channel puts all its bytes in place, and
 // the blocks are blends of the permuted channels.
 struct ThreeBytes {
-  alignas(16) uint8_t toPacked[3][kBlock];    // of a channel: its pixel for place p
-  alignas(16) uint8_t fromPacked[3][kBlock];  // of a channel: the place of its pixel
-  alignas(16) uint8_t place[3][kBlock];       // whether p % 3 is this, as a mask
+  alignas(64) uint8_t toPacked[3][kLanes];  // of a channel: its pixel for place p
+  // Of a channel: the places of its pixels, of its even ones and 0 in turns, of its odd ones.
+  alignas(64) uint8_t fromPacked[3][3][kLanes];
+  alignas(64) uint8_t place[3][kLanes];  // whether p % 3 is this, as a mask
 };
 constexpr ThreeBytes kThreeBytes = [] {
   ThreeBytes t = {};
-  for (size_t byte = 0; byte < 3 * kBlock; ++byte) {
-    const size_t pixel = byte / 3, channel = byte % 3, p = byte % kBlock;
-    t.toPacked[channel][p] = static_cast<uint8_t>(pixel);
-    t.fromPacked[channel][pixel] = static_cast<uint8_t>(p);
+  for (size_t block = 0; block < kLanes; block += kBlock) {
+    for (size_t byte = 0; byte < 3 * kBlock; ++byte) {
+      const size_t pixel = byte / 3, channel = byte % 3, p = byte % kBlock;
+      const auto place = static_cast<uint8_t>(p);
+      t.toPacked[channel][block + p] = static_cast<uint8_t>(pixel);
+      t.fromPacked[channel][0][block + pixel] = place;
+      t.fromPacked[channel][1 + pixel % 2][block + pixel / 2 * 2] = place;
+      t.fromPacked[channel][1 + pixel % 2][block + pixel / 2 * 2 + 1] = 0x80;
+    }
+    for (size_t p = 0; p < kBlock; ++p) t.place[p % 3][block + p] = 0xFF;
   }
-  for (size_t p = 0; p < kBlock; ++p) t.place[p % 3][p] = 0xFF;
   return t;
 }();
 
-HWY_INLINE VBytes BlockTable(const uint8_t (&table)[kBlock]) {
-  return hn::LoadDup128(Bytes(), table);
-}
+// Whole vectors: to repeat a block would be another instruction.
+HWY_INLINE VBytes BlockTable(const uint8_t (&table)[kLanes]) { return hn::Load(Bytes(), table); }
 HWY_INLINE hn::Mask<Bytes> Place(size_t k) {
   return hn::MaskFromVec(BlockTable(kThreeBytes.place[k]));
 }
@@ -149,19 +188,19 @@ HWY_INLINE hn::Mask<Bytes> Place(size_t k) {
 // order of memory.
 HWY_INLINE void TriplesToMemory(VBytes (&v)[3]) {
 #if HWY_TARGET == HWY_AVX3
-  const auto pick = [](VBytes x, VBytes y, VBytes z, __m512i xy, __mmask8 where, __m512i third)
-                        LUM_LAMBDA {
-                          const auto two = _mm512_permutex2var_epi64(x.raw, xy, y.raw);
-                          return VBytes{_mm512_mask_permutexvar_epi64(two, where, third, z.raw)};
-                        };
+  // Quads of x and y, then quads of these and z.
+  const auto pick = [](VBytes x, VBytes y, VBytes z, __m512i xy, __m512i andZ) LUM_LAMBDA {
+    const auto two = _mm512_permutex2var_epi64(x.raw, xy, y.raw);
+    return VBytes{_mm512_permutex2var_epi64(two, andZ, z.raw)};
+  };
   const VBytes a = v[0], b = v[1], c = v[2];
   // a0 b0 c0 a1, b1 c1 a2 b2, c2 a3 b3 c3
-  v[0] = pick(a, b, c, _mm512_set_epi64(3, 2, 0, 0, 9, 8, 1, 0), 0x30,
-              _mm512_set_epi64(0, 0, 1, 0, 0, 0, 0, 0));
-  v[1] = pick(b, c, a, _mm512_set_epi64(5, 4, 0, 0, 11, 10, 3, 2), 0x30,
-              _mm512_set_epi64(0, 0, 5, 4, 0, 0, 0, 0));
-  v[2] = pick(c, a, b, _mm512_set_epi64(7, 6, 0, 0, 15, 14, 5, 4), 0x30,
-              _mm512_set_epi64(0, 0, 7, 6, 0, 0, 0, 0));
+  v[0] = pick(a, b, c, _mm512_set_epi64(3, 2, 0, 0, 9, 8, 1, 0),
+              _mm512_set_epi64(7, 6, 9, 8, 3, 2, 1, 0));
+  v[1] = pick(b, c, a, _mm512_set_epi64(5, 4, 0, 0, 11, 10, 3, 2),
+              _mm512_set_epi64(7, 6, 13, 12, 3, 2, 1, 0));
+  v[2] = pick(c, a, b, _mm512_set_epi64(7, 6, 0, 0, 15, 14, 5, 4),
+              _mm512_set_epi64(7, 6, 15, 14, 3, 2, 1, 0));
 #elif HWY_TARGET == HWY_AVX2
   const VBytes a = v[0], b = v[1], c = v[2];
   v[0] = hn::ConcatLowerLower(Bytes(), b, a);
@@ -174,19 +213,19 @@ HWY_INLINE void TriplesToMemory(VBytes (&v)[3]) {
 // The inverse.
 HWY_INLINE void TriplesFromMemory(VBytes (&v)[3]) {
 #if HWY_TARGET == HWY_AVX3
-  const auto pick = [](VBytes x, VBytes y, VBytes z, __m512i xy, __mmask8 where, __m512i third)
-                        LUM_LAMBDA {
-                          const auto two = _mm512_permutex2var_epi64(x.raw, xy, y.raw);
-                          return VBytes{_mm512_mask_permutexvar_epi64(two, where, third, z.raw)};
-                        };
+  // Quads of x and y, then quads of these and z.
+  const auto pick = [](VBytes x, VBytes y, VBytes z, __m512i xy, __m512i andZ) LUM_LAMBDA {
+    const auto two = _mm512_permutex2var_epi64(x.raw, xy, y.raw);
+    return VBytes{_mm512_permutex2var_epi64(two, andZ, z.raw)};
+  };
   const VBytes a = v[0], b = v[1], c = v[2];
   // Blocks 0 3 6 9, 1 4 7 10, 2 5 8 11
-  v[0] = pick(a, b, c, _mm512_set_epi64(0, 0, 13, 12, 7, 6, 1, 0), 0xC0,
-              _mm512_set_epi64(3, 2, 0, 0, 0, 0, 0, 0));
-  v[1] = pick(a, b, c, _mm512_set_epi64(0, 0, 15, 14, 9, 8, 3, 2), 0xC0,
-              _mm512_set_epi64(5, 4, 0, 0, 0, 0, 0, 0));
-  v[2] = pick(a, b, c, _mm512_set_epi64(0, 0, 0, 0, 11, 10, 5, 4), 0xF0,
-              _mm512_set_epi64(7, 6, 1, 0, 0, 0, 0, 0));
+  v[0] = pick(a, b, c, _mm512_set_epi64(0, 0, 13, 12, 7, 6, 1, 0),
+              _mm512_set_epi64(11, 10, 5, 4, 3, 2, 1, 0));
+  v[1] = pick(a, b, c, _mm512_set_epi64(0, 0, 15, 14, 9, 8, 3, 2),
+              _mm512_set_epi64(13, 12, 5, 4, 3, 2, 1, 0));
+  v[2] = pick(a, b, c, _mm512_set_epi64(0, 0, 0, 0, 11, 10, 5, 4),
+              _mm512_set_epi64(15, 14, 9, 8, 3, 2, 1, 0));
 #elif HWY_TARGET == HWY_AVX2
   const VBytes a = v[0], b = v[1], c = v[2];
   v[0] = hn::ConcatUpperLower(Bytes(), b, a);
@@ -219,14 +258,26 @@ HWY_INLINE void StorePacked3(VBytes c0, VBytes c1, VBytes c2, uint8_t* dst) {
   for (size_t v = 0; v < 3; ++v) StoreBytes<kStream>(packed[v], dst + v * kLanes);
 }
 
-HWY_INLINE void LoadPacked3(const uint8_t* src, VBytes& c0, VBytes& c1, VBytes& c2) {
+// The same of packed pixels, whose bytes still have to be put in order.
+struct PackedPlane {
+  VBytes v;
+  const uint8_t (&from)[3][kLanes];
+
+  HWY_INLINE VBytes All() const { return hn::TableLookupBytes(v, BlockTable(from[0])); }
+  HWY_INLINE VWords Even() const { return ToWords(from[1]); }
+  HWY_INLINE VWords Odd() const { return ToWords(from[2]); }
+
+ private:
+  HWY_INLINE VWords ToWords(const uint8_t (&table)[kLanes]) const {
+    return hn::BitCast(Words(), hn::TableLookupBytesOr0(v, BlockTable(table)));
+  }
+};
+HWY_INLINE Three<PackedPlane> LoadPacked3(const uint8_t* src) {
   VBytes v[3] = {LoadBytes(src), LoadBytes(src + kLanes), LoadBytes(src + 2 * kLanes)};
   TriplesFromMemory(v);
-  const VBytes x0 = Blend(v[0], v[2], v[1]), x1 = Blend(v[1], v[0], v[2]),
-               x2 = Blend(v[2], v[1], v[0]);
-  c0 = hn::TableLookupBytes(x0, BlockTable(kThreeBytes.fromPacked[0]));
-  c1 = hn::TableLookupBytes(x1, BlockTable(kThreeBytes.fromPacked[1]));
-  c2 = hn::TableLookupBytes(x2, BlockTable(kThreeBytes.fromPacked[2]));
+  return {{Blend(v[0], v[2], v[1]), kThreeBytes.fromPacked[0]},
+          {Blend(v[1], v[0], v[2]), kThreeBytes.fromPacked[1]},
+          {Blend(v[2], v[1], v[0]), kThreeBytes.fromPacked[2]}};
 }
 
 // Double words in the order in which blocks take them in turns: the first ones of all blocks hold
@@ -270,12 +321,12 @@ HWY_INLINE void StorePacked4(VBytes c0, VBytes c1, VBytes c2, VBytes c3, uint8_t
 }
 
 // The first three of four channels.
-HWY_INLINE void LoadPacked4(const uint8_t* src, VBytes& c0, VBytes& c1, VBytes& c2) {
+HWY_INLINE Three<Plane> LoadPacked4(const uint8_t* src) {
   const DoubleWords d;
   const hn::Repartition<uint64_t, Bytes> dq;
   alignas(16) constexpr uint8_t kTransposed[kBlock] = {0, 4, 8,  12, 1, 5, 9,  13,
                                                        2, 6, 10, 14, 3, 7, 11, 15};
-  const VBytes table = BlockTable(kTransposed);
+  const VBytes table = hn::LoadDup128(Bytes(), kTransposed);
   const auto load = [=](size_t v) LUM_LAMBDA {
     return hn::BitCast(DoubleWords(), hn::TableLookupBytes(LoadBytes(src + v * kLanes), table));
   };
@@ -284,9 +335,9 @@ HWY_INLINE void LoadPacked4(const uint8_t* src, VBytes& c0, VBytes& c1, VBytes& 
   const auto low23 = hn::BitCast(dq, hn::InterleaveLower(d, v2, v3));
   const auto high01 = hn::BitCast(dq, hn::InterleaveUpper(d, v0, v1));
   const auto high23 = hn::BitCast(dq, hn::InterleaveUpper(d, v2, v3));
-  c0 = GatherDoubleWords(hn::BitCast(Bytes(), hn::InterleaveLower(dq, low01, low23)));
-  c1 = GatherDoubleWords(hn::BitCast(Bytes(), hn::InterleaveUpper(dq, low01, low23)));
-  c2 = GatherDoubleWords(hn::BitCast(Bytes(), hn::InterleaveLower(dq, high01, high23)));
+  return {{GatherDoubleWords(hn::BitCast(Bytes(), hn::InterleaveLower(dq, low01, low23)))},
+          {GatherDoubleWords(hn::BitCast(Bytes(), hn::InterleaveUpper(dq, low01, low23)))},
+          {GatherDoubleWords(hn::BitCast(Bytes(), hn::InterleaveLower(dq, high01, high23)))}};
 }
 
 // Two channels.
@@ -312,12 +363,16 @@ template <bool>
 HWY_INLINE void StorePacked4(VBytes c0, VBytes c1, VBytes c2, VBytes c3, uint8_t* dst) {
   hn::StoreInterleaved4(c0, c1, c2, c3, Bytes(), dst);
 }
-HWY_INLINE void LoadPacked3(const uint8_t* src, VBytes& c0, VBytes& c1, VBytes& c2) {
-  hn::LoadInterleaved3(Bytes(), src, c0, c1, c2);
+HWY_INLINE Three<Plane> LoadPacked3(const uint8_t* src) {
+  Three<Plane> c;
+  hn::LoadInterleaved3(Bytes(), src, c.c0.v, c.c1.v, c.c2.v);
+  return c;
 }
-HWY_INLINE void LoadPacked4(const uint8_t* src, VBytes& c0, VBytes& c1, VBytes& c2) {
+HWY_INLINE Three<Plane> LoadPacked4(const uint8_t* src) {
+  Three<Plane> c;
   VBytes c3;
-  hn::LoadInterleaved4(Bytes(), src, c0, c1, c2, c3);
+  hn::LoadInterleaved4(Bytes(), src, c.c0.v, c.c1.v, c.c2.v, c3);
+  return c;
 }
 
 #endif
