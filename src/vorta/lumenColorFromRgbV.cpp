@@ -31,37 +31,32 @@ struct Pixels {
   Half even, odd;
 };
 
-HWY_INLINE Pixels Take(VBytes r, VBytes g, VBytes b) {
-  const auto even = [](VBytes v) LUM_LAMBDA {
-    return hn::And(hn::BitCast(Words(), v), hn::Set(Words(), 255));
-  };
-  const auto odd = [](VBytes v) LUM_LAMBDA { return hn::ShiftRight<8>(hn::BitCast(Words(), v)); };
-  return {{even(r), even(g), even(b)}, {odd(r), odd(g), odd(b)}};
+template <class T>
+HWY_INLINE Pixels Take(const T& r, const T& g, const T& b) {
+  return {{r.Even(), g.Even(), b.Even()}, {r.Odd(), g.Odd(), b.Odd()}};
 }
 
 // kLanes pixels.
 struct FromRGB888 : lumRGB888 {
   static HWY_INLINE Pixels Load(const uint8_t* src) {
-    VBytes r, g, b;
-    LoadPacked3(src, b, g, r);
-    return Take(r, g, b);
+    const auto bgr = LoadPacked3(src);
+    return Take(bgr.c2, bgr.c1, bgr.c0);
   }
 };
 struct FromRGBA8888 : lumRGBA8888 {
   static HWY_INLINE Pixels Load(const uint8_t* src) {
-    VBytes r, g, b;
-    LoadPacked4(src, r, g, b);
-    return Take(r, g, b);
+    const auto rgb = LoadPacked4(src);
+    return Take(rgb.c0, rgb.c1, rgb.c2);
   }
 };
 struct FromRGB565 : lumRGB565 {
+  // Repeating the high bits is multiplying by 33 / 4 and 65 / 16, here from where the bits are.
   static HWY_INLINE Half Unpack(VWords v) {
-    const auto bits = [](VWords words, uint16_t mask)
-                          LUM_LAMBDA { return hn::And(words, hn::Set(Words(), mask)); };
-    const VWords r = bits(hn::ShiftRight<8>(v), 0xF8), g = bits(hn::ShiftRight<3>(v), 0xFC),
-                 b = bits(hn::ShiftLeft<3>(v), 0xF8);
-    return {hn::Or(r, hn::ShiftRight<5>(r)), hn::Or(g, hn::ShiftRight<6>(g)),
-            hn::Or(b, hn::ShiftRight<5>(b))};
+    const Words d;
+    const auto five = hn::Set(d, 33 * 65536 / 4 / 2048), six = hn::Set(d, 65 * 65536 / 16 / 32);
+    return {hn::MulHigh(hn::And(v, hn::Set(d, 0xF800)), five),
+            hn::MulHigh(hn::And(v, hn::Set(d, 0x07E0)), six),
+            hn::MulHigh(hn::ShiftLeft<11>(v), five)};
   }
   static HWY_INLINE Pixels Load(const uint8_t* src) {
     VWords v0 = LoadWords(src), v1 = LoadWords(src + kLanes);
@@ -73,8 +68,7 @@ struct FromRGB565 : lumRGB565 {
 // Results are the upper bytes of words.
 HWY_INLINE VWords Luma(const Half& p) {
   const Words d;
-  const VWords r = hn::Mul(p.r, hn::Set(d, 77)), g = hn::Mul(p.g, hn::Set(d, 150)),
-               b = hn::Mul(p.b, hn::Set(d, 29));
+  const VWords r = Times(p.r, 77), g = Times(p.g, 150), b = Times(p.b, 29);
   return hn::Add(hn::Add(r, g), hn::Add(b, hn::Set(d, 128)));
 }
 // 128 of one channel less parts of the others, which are 128 together.
@@ -82,8 +76,7 @@ template <int kSecond, int kThird>
 HWY_INLINE VWords Chroma(VWords first, VWords second, VWords third) {
   static_assert(kSecond + kThird == 128);
   const Words d;
-  const VWords less =
-      hn::Add(hn::Mul(second, hn::Set(d, kSecond)), hn::Mul(third, hn::Set(d, kThird)));
+  const VWords less = hn::Add(Times(second, kSecond), Times(third, kThird));
   const VShorts sum = hn::BitCast(Shorts(), hn::Sub(hn::ShiftLeft<7>(first), less));
   const VShorts rounded = hn::SaturatedAdd(sum, hn::Set(Shorts(), 128));
   return hn::Xor(hn::BitCast(d, rounded), hn::Set(d, 0x8000));
@@ -152,7 +145,11 @@ HWY_INLINE void ConvertRow(const uint8_t* src, size_t width, uint8_t* dstY, cons
     StoreLuma(pixels, dstY + x);
     chroma.template Store<S>(pixels, x);
   };
-  size_t x = 0;
+  vector(0);
+  // From the first pixel on where loads are aligned, which has to be even where pixels share
+  // samples.
+  const size_t aligned = FirstAligned<Format::kBytes>(src);
+  size_t x = aligned % S::kX == 0 ? aligned : kLanes;
   for (; x + kLanes <= width; x += kLanes) vector(x);
   if (x < width) vector(width - kLanes);
 }

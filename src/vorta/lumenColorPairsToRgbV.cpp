@@ -43,9 +43,8 @@ void TurnRGB888(const uint8_t* src, uint32_t width, uint32_t height, uint32_t sr
     const uint8_t* s = lumRowAt(src, y, srcStride);
     uint8_t* d = lumRowAt(dst, height - 1 - y, dstStride);
     const auto vector = [](const uint8_t* from, uint8_t* to) LUM_LAMBDA {
-      VBytes r, g, b;
-      LoadPacked3(from, r, g, b);
-      Turned::Store<ToRGB565, false>(r, g, b, to, 0, kLanes);
+      const auto rgb = LoadPacked3(from);
+      Turned::Store<ToRGB565, false>(rgb.c0.All(), rgb.c1.All(), rgb.c2.All(), to, 0, kLanes);
     };
     size_t x = 0;
     for (; x + kLanes <= width; x += kLanes) vector(s + 3 * x, d + 2 * (width - kLanes - x));

@@ -24,18 +24,6 @@ HWY_BEFORE_NAMESPACE();
 namespace lumen {
 namespace HWY_NAMESPACE {
 
-// A product of words, one instruction: a compiler that knows the factor makes shifts and additions of
-// it, which are more than that.
-HWY_INLINE VShorts Times(VShorts v, int16_t factor) {
-  VShorts factors = hn::Set(Shorts(), factor);
-#if HWY_TARGET == HWY_AVX3
-  asm("" : "+v"(factors.raw));
-#elif HWY_ARCH_X86
-  asm("" : "+x"(factors.raw));
-#endif
-  return hn::Mul(v, factors);
-}
-
 // Chroma's part in R, G and B.
 struct Parts {
   VShorts r, g, b;
@@ -64,9 +52,7 @@ struct Changes {
 };
 
 // Of words that stand for two pixels each.
-HWY_INLINE VBytes Twice(VShorts positive) {
-  return hn::BitCast(Bytes(), Times(positive, 0x0101));
-}
+HWY_INLINE VBytes Twice(VShorts positive) { return hn::BitCast(Bytes(), Times(positive, 0x0101)); }
 HWY_INLINE Change ChangeOfPairs(VShorts part) {
   const VShorts zero = hn::Zero(Shorts());
   const VShorts add = hn::Max(part, zero);
@@ -239,10 +225,8 @@ struct ToRgbRows {
 
   // The first pixel, even where pixels share samples, from which on stores to all rows are aligned;
   // SIZE_MAX where there is none.
-  HWY_INLINE size_t FirstAligned() const {
-    const size_t missing = -reinterpret_cast<uintptr_t>(dst[0]) % kLanes;
-    // 43 is the inverse of 3 modulo 64 and its divisors.
-    const size_t x = Format::kBytes == 3 ? missing * 43 % kLanes : missing / Format::kBytes;
+  HWY_INLINE size_t Aligned() const {
+    const size_t x = FirstAligned<Format::kBytes>(dst[0]);
     bool fits = x % S::kX == 0;
     for (uint8_t* row : dst) {
       fits = fits && reinterpret_cast<uintptr_t>(row + x * Format::kBytes) % kLanes == 0;
@@ -258,10 +242,10 @@ struct ToRgbRows {
     }
     const size_t end = width - width % S::kX;
     Vector<false>(0);
-    size_t x = kLanes;
-    const size_t aligned = stream ? FirstAligned() : SIZE_MAX;
-    if (aligned != SIZE_MAX) {
-      for (x = aligned; x + kLanes <= end; x += kLanes) Vector<true>(x);
+    const size_t aligned = Aligned();
+    size_t x = aligned == SIZE_MAX ? kLanes : aligned;
+    if (stream && aligned != SIZE_MAX) {
+      for (; x + kLanes <= end; x += kLanes) Vector<true>(x);
     } else {
       for (; x + kLanes <= end; x += kLanes) Vector<false>(x);
     }
