@@ -44,7 +44,7 @@ TEST(TestExtras, AreReadFromTheCommandLineAndTheEnvironment) {
   const LUMEN_TEST_Extras all =
       read({"--strict", "--list", "--attest", "--selftest", "--poison", "--stop-on-fail",
             "--sweep=full", "--guard=head", "--bench=0.5", "--isolate=2.5", "--repeat=1000000",
-            "--case=f/V/sweep/w1h1/zeros/0", "--save-failing=dir", "--json=a=b", "--junit=c",
+            "--case=lumAbsDiffs32/V/sweep/w1h1/zeros/0", "--save-failing=dir", "--json=a=b", "--junit=c",
             "--filter=x*", "--help", "--filter=y", "--exclude=z"})
           .extras;
   EXPECT_TRUE(all.given && all.strict && all.list && all.attest && all.selfTest && all.poison &&
@@ -54,7 +54,7 @@ TEST(TestExtras, AreReadFromTheCommandLineAndTheEnvironment) {
   EXPECT_EQ(all.benchSeconds, 0.5);
   EXPECT_EQ(all.isolateSeconds, 2.5);
   EXPECT_EQ(all.repeat, 1000000u);
-  EXPECT_EQ(all.caseText, "f/V/sweep/w1h1/zeros/0");
+  EXPECT_EQ(all.caseText, "lumAbsDiffs32/V/sweep/w1h1/zeros/0");
   EXPECT_EQ(all.saveFailing + " " + all.json + " " + all.junit, "dir a=b c");
   EXPECT_THAT(all.filters, ElementsAre("x*", "y"));
   EXPECT_THAT(all.excludes, ElementsAre("z"));
@@ -96,6 +96,8 @@ TEST(TestExtras, RefuseWhatTheyDoNotTake) {
       {"--bench=1s", "not '1s'"},
       {"--isolate=", "--isolate[=SECONDS]; not ''"},
       {"--isolate=1e9", "not '1e9'"},
+      {"--case=lumAbsDiffu8/V/nothing", "ERROR: --case takes the text of a case"},
+      {"--case=lumAbsDif/V/sweep/w1h1/zeros/0", "ERROR: --case takes the text of a case"},
       {"--json", "ERROR: --json takes the name of a file, as --json=FILE\n"},
       {"--filter=", "ERROR: --filter takes"},
       {"--strict=1", "ERROR: --strict takes no value\n"},
@@ -268,8 +270,8 @@ TEST(TestExtras, ShowProgressOnATerminalAlone) {
                                 " -m ABSDIFF -f lumAbsDiffu8 -t 2 " + arguments + " >/dev/null 2>" +
                                 name;
     EXPECT_EQ(std::system(command.c_str()), 0);
+    close(other);  // so that the reader ends, whatever was written
     reader.join();
-    close(other);
     close(terminal);
     return text;
   };

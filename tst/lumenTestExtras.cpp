@@ -7,9 +7,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string_view>
 
+#include "lumenTestFunctions.h"
 #include "lumenTestOptions.h"
+#include "lumenTestSweepCase.h"
 
 LUMEN_TEST_Extras lumenTestExtras;
 
@@ -64,6 +67,14 @@ bool setChoice(Extras& extras, const char* value, const char* const (&names)[kCo
   if (found == names + kCount) return false;
   using Choice = std::remove_reference_t<decltype(extras.*member)>;
   extras.*member = static_cast<Choice>(found - names + 1);  // after `none`
+  return true;
+}
+
+// A case that nothing can meet would otherwise end as a run that found no failure.
+bool setCase(Extras& extras, const char* value) {
+  const std::optional<LUMEN_TEST_NamedCase> named = LUMEN_TEST_ParseCase(value);
+  if (!named || parseFunctionName(named->function.c_str()) == LUMEN_FUNC_NONE) return false;
+  extras.caseText = value;
   return true;
 }
 
@@ -147,7 +158,7 @@ constexpr Addition kAdditions[] = {
      .help = "Runs that case alone, as the line about a failure gives it.",
      .takes = "the text of a case",
      .shown = "=CASE",
-     .apply = setText<&Extras::caseText>},
+     .apply = setCase},
     {.name = "save-failing",
      .help = "Saves the images of cases that fail.",
      .takes = "the name of a directory",

@@ -5,6 +5,8 @@
 #define LUMEN_H
 
 #include "lumen/lumenArithm.h"
+#include "lumen/lumenColorLayout.h"
+#include "lumen/lumenColorRgb.h"
 #include "lumen/lumenControl.h"
 #include "lumen/lumenFast.h"
 #include "lumen/lumenMem.h"

@@ -221,13 +221,16 @@ class ShippedData(unittest.TestCase):
         self.assertEqual(present - used - {"generated"}, set())
 
     def test_test_table_tests_the_public_functions(self) -> None:
-        header = (TOOLS.parent / "include/lumen/lumenArithm.h").read_text()
+        headers = "".join(
+            (TOOLS.parent / f"include/lumen/lumen{family}.h").read_text()
+            for family in ("Arithm", "ColorLayout", "ColorRgb")
+        )
         names, types, rows = read_table(DATA / "LumenTestTable.csv")
         self.assertEqual(len(names), 14)
         self.assertEqual(types, ["char*"] + ["unsignedchar"] * 4 + ["int"] + ["float"] * 8)
         self.assertEqual(len({row[0] for row in rows}), 485)
         tested = {row[0] for row in rows if row[1:] == ["1"] * 5 + ["0"] * 8}
-        self.assertEqual(tested, set(re.findall(r"void (lumAbsDiff\w+)\(", header)))
+        self.assertEqual(tested, set(re.findall(r"void (lum\w+)\(", headers)))
         untested = {row[0] for row in rows if row[1:] == ["0"] * 13}
         self.assertEqual(len(tested) + len(untested), len(rows))
 
@@ -303,7 +306,7 @@ class Tool(unittest.TestCase):
         with mock.patch.object(tree.Tree, "size", return_value=tree.LIMIT + 1):
             status, output = self.run_tool("--output", self.directory)
         self.assertEqual(status, 1)
-        self.assertIn("at most 1000000", output)
+        self.assertIn(f"at most {tree.LIMIT}", output)
         self.assertEqual(list(self.directory.iterdir()), [])
 
     def test_profiling_of_shipped_resolutions_makes_no_other_files(self) -> None:
