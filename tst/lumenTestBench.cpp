@@ -19,7 +19,6 @@
 #include "lumenTestRandom.h"
 #include "lumenTestRecord.h"
 #include "lumenTestStatistics.h"
-#include "lumenTestSweepData.h"
 
 namespace {
 

@@ -100,11 +100,6 @@ bool LUMEN_TEST_Case::fillForTiming(size_t image, LUMEN_TEST_Random& random) {
 bool LUMEN_TEST_Case::shapeForProfiling() {
   if (!shape(kProfilingWidth, kProfilingHeight)) return false;
   for (size_t i = 0; i < description_.images.size(); ++i) {
-    if (description_.images[i].hasRange()) {
-      LUMEN_TEST_Random random(i);
-      LUMEN_TEST_FillInRange(description_.images[i], bytes(i), random);
-      continue;
-    }
     if (description_.images[i].isWritten) continue;
     LUMEN_TEST_Random random(i);
     if (fillForTiming(i, random)) continue;
