@@ -13,7 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "vorta/lumenBlocks-inl.h"
+#include "vorta/lumenGroups-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lumen {

@@ -15,8 +15,8 @@
 
 #include <hwy/highway.h>
 
-#include "vorta/lumenBlocks-inl.h"
 #include "vorta/lumenByteVectors-inl.h"
+#include "vorta/lumenGroups-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lumen {

@@ -9,11 +9,11 @@
 // then comes first.
 
 // Include guard for each target that this is compiled for.
-#if defined(LUMEN_BLOCKS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef LUMEN_BLOCKS_INL_H
-#undef LUMEN_BLOCKS_INL_H
+#if defined(LUMEN_GROUPS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef LUMEN_GROUPS_INL_H
+#undef LUMEN_GROUPS_INL_H
 #else
-#define LUMEN_BLOCKS_INL_H
+#define LUMEN_GROUPS_INL_H
 #endif
 
 #include <hwy/highway.h>
@@ -172,4 +172,4 @@ HWY_INLINE void ConvertRow(const Op& op, const BlockRows<Op>& rows, size_t count
 }  // namespace lumen
 HWY_AFTER_NAMESPACE();
 
-#endif  // LUMEN_BLOCKS_INL_H
+#endif  // LUMEN_GROUPS_INL_H
