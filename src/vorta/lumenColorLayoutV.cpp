@@ -8,17 +8,13 @@
 
 #include "lumenColorFormat.h"
 #include "lumenVector.h"
+#include "vorta/lumenByteVectors-inl.h"
 #include "vorta/lumenColorRows-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lumen {
 namespace HWY_NAMESPACE {
 namespace {
-
-using Words = hn::Repartition<uint16_t, Bytes>;
-using Quads = hn::Repartition<uint32_t, Bytes>;
-using VWords = hn::Vec<Words>;
-using VQuads = hn::Vec<Quads>;
 
 // Two vectors in the order of their elements.
 struct TwoVectors {
@@ -29,18 +25,8 @@ struct TwoVectors {
 template <class T>
 HWY_INLINE TwoVectors Interleave(VBytes a, VBytes b) {
   const hn::Repartition<T, Bytes> d;
-  // On x86 interleaving works within 16 bytes: the halves that come together have to be there
-  // before.
-  if constexpr (kMaxBlock > 16) {
-    using Pairs = hn::Repartition<uint64_t, Bytes>;
-    alignas(64) int64_t order[kMaxBlock / 8];
-    for (size_t i = 0; i < kMaxBlock / 8; ++i) {
-      order[i] = static_cast<int64_t>(i / 2 + i % 2 * (kMaxBlock / 16));
-    }
-    const auto indices = hn::SetTableIndices(Pairs(), order);
-    a = hn::BitCast(Bytes(), hn::TableLookupLanes(hn::BitCast(Pairs(), a), indices));
-    b = hn::BitCast(Bytes(), hn::TableLookupLanes(hn::BitCast(Pairs(), b), indices));
-  }
+  a = InterleavingOrder(a);
+  b = InterleavingOrder(b);
   const auto va = hn::BitCast(d, a), vb = hn::BitCast(d, b);
   return {hn::BitCast(Bytes(), hn::InterleaveLower(d, va, vb)),
           hn::BitCast(Bytes(), hn::InterleaveUpper(d, va, vb))};
@@ -70,14 +56,7 @@ HWY_INLINE VWords Mean(VWords sum) {
   const VWords half = hn::Set(Words(), kCount / 2);
   return hn::ShiftRight<kCount / 2>(hn::Add(sum, half));
 }
-HWY_INLINE VWords EvenBytes(VBytes v) {
-  return hn::And(hn::BitCast(Words(), v), hn::Set(Words(), 0x00FF));
-}
-HWY_INLINE VWords OddBytes(VBytes v) { return hn::ShiftRight<8>(hn::BitCast(Words(), v)); }
-// The low bytes of words, the low halves of groups of four bytes.
-HWY_INLINE VBytes LowBytes(VWords lo, VWords hi) {
-  return hn::ConcatEven(Bytes(), hn::BitCast(Bytes(), hi), hn::BitCast(Bytes(), lo));
-}
+// The low halves of groups of four bytes.
 HWY_INLINE VBytes LowWords(VQuads lo, VQuads hi) {
   return hn::BitCast(Bytes(),
                      hn::ConcatEven(Words(), hn::BitCast(Words(), hi), hn::BitCast(Words(), lo)));
@@ -95,13 +74,10 @@ HWY_INLINE VBytes LoadSamples(const uint8_t* const (&rows)[kRows]) {
     VWords mean[2];
     for (size_t v = 0; v < 2; ++v) {
       VWords sum = hn::Zero(Words());
-      for (const uint8_t* row : rows) {
-        const VBytes samples = Load(row, v);
-        sum = hn::Add(sum, hn::Add(EvenBytes(samples), OddBytes(samples)));
-      }
+      for (const uint8_t* row : rows) sum = hn::Add(sum, SumsOfPairs(Load(row, v)));
       mean[v] = Mean<2 * kRows>(sum);
     }
-    return LowBytes(mean[0], mean[1]);
+    return BytesOfWords(mean[0], mean[1]);
   }
 }
 
@@ -264,7 +240,8 @@ void ConvertLayout(const Source& src, uint32_t width, uint32_t height, const Des
   ForRows(shape, [&](uint32_t y) LUM_LAMBDA {
     const BlockRows<Copy> rows = {{lumRowAt(src.y, y, src.yStride)},
                                   {lumRowAt(dst.y, y, dst.yStride)}};
-    ConvertRow(Copy(), rows, shape.count, shape.stream);
+    if (shape.stream) ConvertRow(Copy(), rows, shape.count, true);
+    else __builtin_memcpy(rows.dst[0], rows.src[0], shape.count);
   });
   if constexpr (From::kIsPseudo || To::kIsPseudo) {
     ConvertChroma<From, To, 2>(src, width, height, dst, 0, bytes);

@@ -15,16 +15,12 @@
 
 #include <hwy/highway.h>
 
-#include "vorta/lumenBlocks-inl.h"
+#include "vorta/lumenByteVectors-inl.h"
+#include "vorta/lumenGroups-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lumen {
 namespace HWY_NAMESPACE {
-
-using Words = hn::Repartition<uint16_t, Bytes>;
-using Quads = hn::Repartition<uint32_t, Bytes>;
-using VWords = hn::Vec<Words>;
-using VQuads = hn::Vec<Quads>;
 
 // Channels of 565 pixels as bytes, each in the low half of a word.
 struct Channels565 {
@@ -55,18 +51,6 @@ HWY_INLINE VBytes Shuffle(VBytes v, const uint8_t (&from)[16]) {
 HWY_INLINE VBytes ShuffleGroups(VBytes v, const int32_t (&from)[kGroups]) {
   const VQuads groups = hn::BitCast(Quads(), v);
   return hn::BitCast(Bytes(), hn::TableLookupLanes(groups, hn::SetTableIndices(Quads(), from)));
-}
-
-// Words in the order from which interleaving, which works within 16 bytes, makes one in order.
-HWY_INLINE VBytes InterleavingOrder(VBytes v) {
-  using Pairs = hn::Repartition<uint64_t, Bytes>;
-  if constexpr (kMaxBlock == 16) return v;
-  alignas(64) int64_t order[kMaxBlock / 8];
-  for (size_t i = 0; i < kMaxBlock / 8; ++i) {
-    order[i] = static_cast<int64_t>(i / 2 + i % 2 * (kMaxBlock / 16));
-  }
-  return hn::BitCast(
-      Bytes(), hn::TableLookupLanes(hn::BitCast(Pairs(), v), hn::SetTableIndices(Pairs(), order)));
 }
 
 // Three groups to the first three of every four, from group `from` on.
@@ -262,6 +246,28 @@ HWY_INLINE void StoreChannel(VBytes v, uint8_t* to) {
   StoreBytes<kStream>(ShuffleGroups(v, kChannelOrder.group), to);
 }
 
+// (77 R + 150 G + 29 B + 128) >> 8 of a block of pixels of three bytes, in the order of channels.
+// Weights are the unsigned bytes; taking 128 from each channel makes it a signed one.
+HWY_INLINE VBytes LoadLuma(const uint8_t* from) {
+  alignas(16) constexpr uint8_t kPairs[16] = {0, 1, 3, 4, 6, 7, 9, 10, 2, 12, 5, 12, 8, 12, 11, 12};
+  alignas(16) constexpr uint8_t kWeights[16] = {77, 150, 77, 150, 77, 150, 77, 150,
+                                                29, 0,   29, 0,   29, 0,   29, 0};
+  using Pairs = hn::Repartition<uint64_t, Bytes>;
+  const auto sums = [&](VBytes spread) LUM_LAMBDA {
+    const VBytes weights = hn::LoadDup128(Bytes(), kWeights);
+    const VBytes centred = hn::Xor(Shuffle(spread, kPairs), hn::Set(Bytes(), 0x80));
+    return hn::BitCast(Pairs(), PairSums(weights, centred));
+  };
+  const auto luma = [](auto a, auto b) LUM_LAMBDA {
+    const VWords redGreen = hn::BitCast(Words(), hn::InterleaveLower(Pairs(), a, b));
+    const VWords blue = hn::BitCast(Words(), hn::InterleaveUpper(Pairs(), a, b));
+    const VWords back = hn::Set(Words(), 256 * 128 + 128);
+    return hn::ShiftRight<8>(hn::Add(hn::Add(redGreen, blue), back));
+  };
+  return PackWords(luma(sums(LoadSpread<0>(from)), sums(LoadSpread<1>(from))),
+                   luma(sums(LoadSpread<2>(from)), sums(LoadSpread<3>(from))));
+}
+
 // Four vectors of pixels of four bytes to three bytes a pixel.
 template <bool kStream>
 HWY_INLINE void StoreThreeOfFour(const VQuads (&quads)[4], uint8_t* to) {
@@ -286,12 +292,9 @@ struct Pixels {
     } else {
       const Channels565 lower(hn::LoadU(Bytes(), from));
       const Channels565 upper(hn::LoadU(Bytes(), from + BlockLength()));
-      const auto bytes = [](VWords lo, VWords hi) LUM_LAMBDA {
-        return hn::ConcatEven(Bytes(), hn::BitCast(Bytes(), hi), hn::BitCast(Bytes(), lo));
-      };
-      p.r = bytes(lower.high, upper.high);
-      p.g = bytes(lower.middle, upper.middle);
-      p.b = bytes(lower.low, upper.low);
+      p.r = BytesOfWords(lower.high, upper.high);
+      p.g = BytesOfWords(lower.middle, upper.middle);
+      p.b = BytesOfWords(lower.low, upper.low);
     }
     if constexpr (kExchange) {
       const VBytes r = p.r;
@@ -323,6 +326,21 @@ HWY_INLINE Channels LoadChannels(const uint8_t* from) {
   const Pixels p = Pixels::Load<kBytes, false>(from);
   return {p.r, p.g, p.b};
 }
+HWY_INLINE VBytes LoadLuma(const uint8_t* from) {
+  const Pixels p = Pixels::Load<3, false>(from);
+  const hn::Half<Bytes> half;
+  const auto luma = [](auto r, auto g, auto b) LUM_LAMBDA {
+    const auto weighted = [](auto v, uint16_t weight) LUM_LAMBDA {
+      return hn::Mul(hn::PromoteTo(Words(), v), hn::Set(Words(), weight));
+    };
+    const VWords sum = hn::Add(hn::Add(weighted(r, 77), weighted(g, 150)), weighted(b, 29));
+    return hn::ShiftRight<8>(hn::Add(sum, hn::Set(Words(), 128)));
+  };
+  const VWords lo = luma(hn::LowerHalf(p.r), hn::LowerHalf(p.g), hn::LowerHalf(p.b));
+  const VWords hi =
+      luma(hn::UpperHalf(half, p.r), hn::UpperHalf(half, p.g), hn::UpperHalf(half, p.b));
+  return BytesOfWords(lo, hi);
+}
 template <bool kStream>
 HWY_INLINE void StoreChannels(const Channels& c, uint8_t* to) {
   hn::StoreInterleaved3(c.r, c.g, c.b, Bytes(), to);
@@ -333,18 +351,15 @@ HWY_INLINE void StoreChannel(VBytes v, uint8_t* to) {
 }
 template <bool kStream>
 HWY_INLINE void StoreThreeOfFour(const VQuads (&quads)[4], uint8_t* to) {
-  const auto evenBytes = [](auto lo, auto hi) LUM_LAMBDA {
-    return hn::ConcatEven(Bytes(), hn::BitCast(Bytes(), hi), hn::BitCast(Bytes(), lo));
-  };
   const auto lowWords = [](VQuads lo, VQuads hi) LUM_LAMBDA {
     return hn::ConcatEven(Words(), hn::BitCast(Words(), hi), hn::BitCast(Words(), lo));
   };
   const VWords first01 = lowWords(quads[0], quads[1]), first23 = lowWords(quads[2], quads[3]);
   const VWords third01 = lowWords(hn::ShiftRight<16>(quads[0]), hn::ShiftRight<16>(quads[1]));
   const VWords third23 = lowWords(hn::ShiftRight<16>(quads[2]), hn::ShiftRight<16>(quads[3]));
-  hn::StoreInterleaved3(evenBytes(first01, first23),
-                        evenBytes(hn::ShiftRight<8>(first01), hn::ShiftRight<8>(first23)),
-                        evenBytes(third01, third23), Bytes(), to);
+  hn::StoreInterleaved3(BytesOfWords(first01, first23),
+                        BytesOfWords(hn::ShiftRight<8>(first01), hn::ShiftRight<8>(first23)),
+                        BytesOfWords(third01, third23), Bytes(), to);
 }
 
 #endif  // HWY_ARCH_X86

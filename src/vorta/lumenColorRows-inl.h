@@ -11,7 +11,7 @@
 #include <hwy/highway.h>
 
 #include "cpu/lumenRow.h"
-#include "vorta/lumenBlocks-inl.h"
+#include "vorta/lumenGroups-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lumen {

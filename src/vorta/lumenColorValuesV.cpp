@@ -19,10 +19,6 @@ namespace {
 
 // Arithmetic on words: the even bytes of a vector are worked on, then the odd ones, so that none
 // changes its place.
-HWY_INLINE VWords EvenBytes(VBytes v) {
-  return hn::And(hn::BitCast(Words(), v), hn::Set(Words(), 0x00FF));
-}
-HWY_INLINE VWords OddBytes(VBytes v) { return hn::ShiftRight<8>(hn::BitCast(Words(), v)); }
 // Of words that hold bytes.
 HWY_INLINE VBytes FromWords(VWords even, VWords odd) {
   return hn::BitCast(Bytes(), hn::Or(even, hn::ShiftLeft<8>(odd)));
@@ -53,8 +49,7 @@ HWY_INLINE VWords Luma(const WordChannels& c) {
 struct ToGray : PackedOp<3, 1> {
   template <bool kStream>
   HWY_INLINE void block(const BlockRows<ToGray>& at) const {
-    const Channels c = LoadChannels<3>(at.src[0]);
-    StoreChannel<kStream>(FromWords(Luma(EvenPixels(c)), Luma(OddPixels(c))), at.dst[0]);
+    StoreChannel<kStream>(LoadLuma(at.src[0]), at.dst[0]);
   }
 };
 

@@ -9,11 +9,11 @@
 // then comes first.
 
 // Include guard for each target that this is compiled for.
-#if defined(LUMEN_BLOCKS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef LUMEN_BLOCKS_INL_H
-#undef LUMEN_BLOCKS_INL_H
+#if defined(LUMEN_GROUPS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef LUMEN_GROUPS_INL_H
+#undef LUMEN_GROUPS_INL_H
 #else
-#define LUMEN_BLOCKS_INL_H
+#define LUMEN_GROUPS_INL_H
 #endif
 
 #include <hwy/highway.h>
@@ -46,7 +46,7 @@ HWY_INLINE void StoreBytes(VBytes v, uint8_t* to) {
 // The images of a call go through the loop as one long row when none has gaps between its rows.
 // `bytes` is what the call moves in all.
 HWY_INLINE RowShape ShapeOfBlocks(size_t groups, uint32_t rows, bool packed, uint64_t bytes) {
-  constexpr uint64_t kOwnCaches = uint64_t{2} << 20;
+  constexpr uint64_t kOwnCaches = uint64_t{4} << 20;
   const bool stream = HWY_ARCH_X86 && bytes > kOwnCaches;
   return packed ? RowShape{groups * rows, 1, stream} : RowShape{groups, rows, stream};
 }
@@ -125,6 +125,13 @@ HWY_INLINE size_t WholeBlocks(const Op& op, const BlockRows<Op>& rows, size_t i,
   return i;
 }
 
+// Whether a row of that many bytes is stored past the cache well. A cache line that is stored in
+// both ways, as at the ends of a row, costs as much as some thousand bytes.
+HWY_INLINE bool StreamsWell(const uint8_t* row, size_t bytes) {
+  constexpr size_t kLine = 64, kLong = size_t{16} << 10;
+  return bytes >= kLong || (reinterpret_cast<uintptr_t>(row) | bytes) % kLine == 0;
+}
+
 // Converts `count` groups. A kernel that says kInPlace may be given a destination that is its
 // source: what later blocks read again is then put by first.
 template <class Op>
@@ -135,10 +142,11 @@ HWY_INLINE void ConvertRow(const Op& op, const BlockRows<Op>& rows, size_t count
   if (count >= 4 * N) {
     begin = FirstAligned<Op::kDstBytes>(rows.dst[0]);
     bool aligned = begin < N;
-    for (size_t k = 1; k < Op::kDestinations; ++k) {
+    for (size_t k = 0; k < Op::kDestinations; ++k) {
       aligned &= reinterpret_cast<uintptr_t>(rows.dst[k] + begin * Op::kDstBytes) % N == 0;
+      stream &= StreamsWell(rows.dst[k], count * Op::kDstBytes);
     }
-    if (!aligned) begin = 0;
+    begin %= N;
     stream &= aligned;
   } else {
     stream = false;
@@ -164,4 +172,4 @@ HWY_INLINE void ConvertRow(const Op& op, const BlockRows<Op>& rows, size_t count
 }  // namespace lumen
 HWY_AFTER_NAMESPACE();
 
-#endif  // LUMEN_BLOCKS_INL_H
+#endif  // LUMEN_GROUPS_INL_H
