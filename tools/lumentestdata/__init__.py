@@ -5,7 +5,6 @@ formats    images and tables as the bytes of files
 tree       the files of the whole tree, their manifests, writing and checking
 absdiff    unit-test data of the absolute-difference module
 color_...  those of the colour modules
-color_layout, color_rgb  those of the colour modules
 fast       unit-test data of the FAST corner modules
 profiling  its profiling data, one row for each resolution
 build      everything together
