@@ -7,6 +7,7 @@
 #include "lumen/lumenArithm.h"
 #include "lumen/lumenControl.h"
 #include "lumen/lumenFast.h"
+#include "lumen/lumenHarris.h"
 #include "lumen/lumenMem.h"
 #include "lumen/lumenTypes.h"
 
