@@ -10,6 +10,7 @@
 #include "lumen/lumenColorRgb.h"
 #include "lumen/lumenControl.h"
 #include "lumen/lumenFast.h"
+#include "lumen/lumenHarris.h"
 #include "lumen/lumenMem.h"
 #include "lumen/lumenTypes.h"
 

@@ -3,14 +3,14 @@
 import re
 from pathlib import Path
 
-from . import absdiff, color_layout, color_rgb, color_ycbcr, fast, photographs, profiling
+from . import absdiff, color_layout, color_rgb, color_ycbcr, fast, harris, photographs, profiling
 from .formats import table
 from .tree import Tree
 
 _FUNCTION_LIST = Path(__file__).parents[2] / "tst" / "lumenTestFunctions.def"
 
 # Each has add_all(tree) and function_names().
-_FAMILIES = (absdiff, color_layout, color_rgb, color_ycbcr, fast)
+_FAMILIES = (absdiff, color_layout, color_rgb, color_ycbcr, fast, harris)
 
 _UNITS = ("C", "Vorta", "ZDSP", "GPU")
 _TEST_TABLE_COLUMNS = [

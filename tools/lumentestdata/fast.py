@@ -241,7 +241,7 @@ def _extremes() -> Array:
     return scene
 
 
-def _mask_of(width: int, height: int, mask_width: int, mask_height: int) -> Mask:
+def mask_of(width: int, height: int, mask_width: int, mask_height: int) -> Mask:
     """Stripes and spots that are not the same in rows as in columns."""
     y, x = np.mgrid[0:mask_height, 0:mask_width]
     fx, fy = width / mask_width, height / mask_height
@@ -280,7 +280,7 @@ def _masked_cases() -> Iterator[Case]:
     boxes = Case("boxes", "", _boxes(), barrier=15)
     sizes = [(64 * 8 >> k, 64 * 8 >> k) for k in range(7)] + [(128, 64), (63, 63), (192, 192)]
     for mask_width, mask_height in sizes:
-        mask = _mask_of(64, 64, mask_width, mask_height)
+        mask = mask_of(64, 64, mask_width, mask_height)
         yield replace(boxes, note=f"a mask of {mask_width} x {mask_height}", mask=mask)
     noise = _noise("noise", 71, 13)
     yield Case(
@@ -289,12 +289,12 @@ def _masked_cases() -> Iterator[Case]:
         noise,
         barrier=5,
         suffix="data",
-        mask=_mask_of(71, 13, 71, 13),
+        mask=mask_of(71, 13, 71, 13),
     )
     yield replace(
-        boxes, note="room for 5", capacity=5, border=5, mask=_mask_of(64, 64, 64, 64)
+        boxes, note="room for 5", capacity=5, border=5, mask=mask_of(64, 64, 64, 64)
     )
     name = photographs.NAMES[0]
     pixels = photographs.pixels(name)
-    mask = _mask_of(192, 160, 48, 40)
+    mask = mask_of(192, 160, 48, 40)
     yield Case(name, "a photograph", pixels, capacity=900, mask=mask)
