@@ -7,6 +7,7 @@
 #include "lumen/lumenArithm.h"
 #include "lumen/lumenControl.h"
 #include "lumen/lumenMem.h"
+#include "lumen/lumenMser.h"
 #include "lumen/lumenTypes.h"
 
 #endif  // LUMEN_H
