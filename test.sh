@@ -53,7 +53,7 @@ step_aarch64() { check_preset aarch64; }
 step_neon() { tools/check-neon build-armv7/liblumen.a; }
 
 tools/install-packages git g++ cmake ninja-build libhwy-dev googletest ccache python3 python3-numpy \
-  pkg-config clang-14 clang-format libclang-rt-14-dev qemu-user-static \
+  python3-scipy pkg-config clang-14 clang-format libclang-rt-14-dev qemu-user-static \
   g++-arm-linux-gnueabihf g++-aarch64-linux-gnu
 export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
 

@@ -268,8 +268,10 @@ TEST_F(Sweep, FindsPlantedFaultsAndRepeatsThem) {
     lumenTestExtras.sweep = LUMEN_TEST_Sweep::quick;
     vortaColumn() = fault.function;
     EXPECT_EQ(check("lumAbsDiffu8"), fault.isFoundByQuick);
-    lumenTestExtras.sweep = LUMEN_TEST_Sweep::full;
-    EXPECT_EQ(check("lumAbsDiffu8"), 1);
+    if (!fault.isFoundByQuick) {  // the full sweep takes long, and has all cases of the quick one
+      lumenTestExtras.sweep = LUMEN_TEST_Sweep::full;
+      EXPECT_EQ(check("lumAbsDiffu8"), 1);
+    }
     const std::vector<std::string> texts = failedCases();
     ASSERT_FALSE(texts.empty());
     EXPECT_LE(texts.size(), 5u);

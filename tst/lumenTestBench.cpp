@@ -19,6 +19,7 @@
 #include "lumenTestRandom.h"
 #include "lumenTestRecord.h"
 #include "lumenTestStatistics.h"
+#include "lumenTestSweepData.h"
 
 namespace {
 
@@ -65,8 +66,9 @@ struct Images {
     if (!isUsable) return;
     LUMEN_TEST_Random random(kSeed);  // the same contents in every kind of memory
     for (size_t i = 0; i < description.images.size(); ++i) {
-      if (!description.images[i].isWritten)
-        fill(description.images[i].type, testCase.bytes(i), random);
+      const LUMEN_TEST_Image& image = description.images[i];
+      if (image.hasRange()) LUMEN_TEST_FillInRange(image, testCase.bytes(i), random);
+      else if (!image.isWritten) fill(image.type, testCase.bytes(i), random);
       blocks.push_back(testCase.bytes(i));
     }
   }

@@ -47,7 +47,8 @@ class LUMEN_TEST_Case {
   bool shape(uint32_t width, uint32_t height);
 
   // Makes the images of a profiling run without a script: 320 x 240 pixels, of which as many bytes
-  // of each input are 255 and the rest 0. False when there is no memory.
+  // of each input are 255 and the rest 0, or random where the input has a range. False when there
+  // is no memory.
   bool shapeForProfiling();
 
   // Shapes each output like its reference and takes the call's arguments from the buffers. A row
@@ -71,7 +72,11 @@ class LUMEN_TEST_Case {
   void flush() const;
 
  private:
+  bool shapeLike(size_t image, LUMEN_TEST_Extent all, LUMEN_TEST_Extent region);
+  bool takeSize();
   bool takeArguments();
+  bool isHeld(size_t image) const;
+  void overlookRest(size_t image);
 
   const LUMEN_TEST_Description& description_;
   const lumMemOption option_;

@@ -24,10 +24,7 @@ namespace lumenFuzz {
 using Entry = const char* (*)(std::string_view input);
 
 // Where the seeds of a reader are; also the data directory of the scripts among them.
-inline std::string seedDirectory() {
-  const std::string file = __FILE__;
-  return file.substr(0, file.rfind('/')) + "/seeds";
-}
+inline std::string seedDirectory() { return LUMEN_FUZZ_SEEDS; }
 
 // A file in memory with a name, gone with the object.
 class MemoryFile {

@@ -3,11 +3,14 @@
 import re
 from pathlib import Path
 
-from . import absdiff, profiling
+from . import absdiff, photographs, profiling
 from .formats import table
 from .tree import Tree
 
 _FUNCTION_LIST = Path(__file__).parents[2] / "tst" / "lumenTestFunctions.def"
+
+# Each has add_all(tree) and function_names().
+_FAMILIES = (absdiff,)
 
 _UNITS = ("C", "Vorta", "ZDSP", "GPU")
 _TEST_TABLE_COLUMNS = [
@@ -22,7 +25,9 @@ def build_tree() -> Tree:
     """Every file that is shipped, manifests included."""
     tree = Tree()
     tree.add("LumenTestTable.csv", _test_table())
-    absdiff.add_all(tree)
+    for family in _FAMILIES:
+        family.add_all(tree)
+    photographs.add_all(tree)
     profiling.add_shipped(tree)
     tree.add_manifests()
     return tree
@@ -31,7 +36,7 @@ def build_tree() -> Tree:
 def _test_table() -> bytes:
     """A row for every function that the test program knows. Every unit implements those with data
     here, and to the last bit: one row of zero tolerances. No unit implements the others yet."""
-    built = set(absdiff.function_names())
+    built = {name for family in _FAMILIES for name in family.function_names()}
     rows = []
     for name in _known_functions():
         flag = "1" if name in built else "0"

@@ -7,8 +7,9 @@ from pathlib import Path
 
 from . import SEED, VERSION
 
-LIMIT = 300_000  # bytes that the whole tree may take
+LIMIT = 1_000_000  # bytes that the whole tree may take
 MANIFEST = "MANIFEST"
+LICENCE = "LICENCE.md"  # beside files that are not our own work
 REFERENCES = "lumTestRef"  # data of profiling scripts
 GENERATED = f"{REFERENCES}/generated"  # those of full size, not part of the tree
 
@@ -29,7 +30,7 @@ class Tree:
         for path in sorted(self.files):
             directories.setdefault(os.path.dirname(path), []).append(path)
         for directory, paths in directories.items():
-            self.add(os.path.join(directory, MANIFEST), self._manifest(paths))
+            self.add(os.path.join(directory, MANIFEST), self._manifest(directory, paths))
 
     def size(self) -> int:
         return sum(map(len, self.files.values()))
@@ -61,11 +62,12 @@ class Tree:
             elif (directory / path).read_bytes() != self.files[path]:
                 yield f"different: {path}"
 
-    def _manifest(self, paths: list[str]) -> bytes:
+    def _manifest(self, directory: str, paths: list[str]) -> bytes:
+        record = os.path.join(directory, LICENCE)
         lines = [
             "# Made by tools/lumen-testdata; SHA-256, size in bytes and name of each file.",
             f"# generator version {VERSION}, seed {SEED}",
-            "# licence: own work, CC0-1.0",
+            f"# licence: {'CC0-1.0, see ' + LICENCE if record in paths else 'own work, CC0-1.0'}",
         ]
         for path in paths:
             content = self.files[path]

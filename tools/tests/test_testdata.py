@@ -303,7 +303,7 @@ class Tool(unittest.TestCase):
         with mock.patch.object(tree.Tree, "size", return_value=tree.LIMIT + 1):
             status, output = self.run_tool("--output", self.directory)
         self.assertEqual(status, 1)
-        self.assertIn("at most 300000", output)
+        self.assertIn("at most 1000000", output)
         self.assertEqual(list(self.directory.iterdir()), [])
 
     def test_profiling_of_shipped_resolutions_makes_no_other_files(self) -> None:
