@@ -124,6 +124,29 @@ enum MSER_eResult : int32_t {
   MSER_CUT = 2,  // regions are left out for want of room
 };
 
+// A quotient by the stride, by multiplication with its reciprocal: 31 bits, rounded down, so that
+// the quotient of a number below 2^30 that is no multiple of the stride is exact; the multiples,
+// the frame's first column, may come out one less. A power of two has 2^31 - 1 for 2^31.
+class MSER_cRowOf {
+ public:
+  explicit MSER_cRowOf(uint32_t stride) : stride_(stride) {
+    while ((stride >> shift_) > 1) ++shift_;
+    shift_ += 31;
+    reciprocal_ = (uint64_t{1} << shift_) / stride;
+    if (reciprocal_ > INT32_MAX) reciprocal_ = INT32_MAX;
+  }
+  template <class T>
+  void write(uint32_t pixel, T* point) const {
+    const uint32_t y = static_cast<uint32_t>((pixel * reciprocal_) >> shift_);
+    point[0] = static_cast<T>(pixel - y * stride_);
+    point[1] = static_cast<T>(y);
+  }
+
+ private:
+  uint32_t stride_, shift_ = 0;
+  uint64_t reciprocal_ = 0;
+};
+
 // The part of a call that every instruction set has of its own.
 using MSER_Walk = MSER_eResult(const MSER_sHandle& handle, MSER_sPolarity& polarity,
                                const uint32_t* histogram);

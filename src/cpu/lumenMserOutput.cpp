@@ -10,32 +10,9 @@
 
 namespace {
 
-// A quotient by the stride, by multiplication with its reciprocal: 31 bits, rounded down, so that
-// the quotient of a number below 2^30 that is no multiple of the stride is exact; the multiples,
-// the frame's first column, may come out one less. A power of two has 2^31 - 1 for 2^31.
-class RowOf {
- public:
-  explicit RowOf(uint32_t stride) : stride_(stride) {
-    while ((stride >> shift_) > 1) ++shift_;
-    shift_ += 31;
-    reciprocal_ = std::min((uint64_t{1} << shift_) / stride, uint64_t{INT32_MAX});
-    if (reciprocal_ < uint64_t{1} << 30) reciprocal_ = (uint64_t{1} << ++shift_) / stride;
-  }
-  template <class T>
-  void write(uint32_t pixel, T* point) const {
-    const uint32_t y = static_cast<uint32_t>((pixel * reciprocal_) >> shift_);
-    point[0] = static_cast<T>(pixel - y * stride_);
-    point[1] = static_cast<T>(y);
-  }
-
- private:
-  uint32_t stride_, shift_ = 0;
-  uint64_t reciprocal_ = 0;
-};
-
 // The points of the first `count` pixels of a list.
 template <class T>
-void copyPoints(const MSER_sList& list, uint32_t head, uint32_t count, const RowOf& rowOf,
+void copyPoints(const MSER_sList& list, uint32_t head, uint32_t count, const MSER_cRowOf& rowOf,
                 T* point) {
   constexpr uint32_t kBlock = 8;
   for (uint32_t at = head; count > 0;) {
@@ -82,7 +59,7 @@ void copyExt(const Piece& piece, uint32_t region, uint32_t index) {
 template <class T>
 void copyPiece(const Piece& piece, T* points) {
   const MSER_sOutput& output = *piece.output;
-  const RowOf rowOf(piece.handle->size.nStride);
+  const MSER_cRowOf rowOf(piece.handle->size.nStride);
   points += 2 * piece.pointIndex;
   for (uint32_t k = 0; k < piece.count; ++k) {
     const MSER_sRegion& region = piece.polarity->pRegions[piece.first + k];

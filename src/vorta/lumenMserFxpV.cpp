@@ -71,6 +71,23 @@ struct Histogram {
   }
 };
 
+// The words of pixels from x up to end, one by one.
+template <bool kPlus, class Word>
+HWY_INLINE void WordsOf(const uint8_t* grey, uint32_t x, uint32_t end, const ptrdiff_t* around,
+                        Word* row) {
+  using Layout = MSER_sWordOf<Word>;
+  constexpr uint8_t kInverted = kPlus ? 0 : 255;
+  for (; x < end; ++x) {
+    const uint8_t own = grey[x] ^ kInverted;
+    uint32_t word = own;
+    for (uint32_t k = 0; k < Layout::kNeighbours; ++k) {
+      const uint8_t other = grey[static_cast<ptrdiff_t>(x) + around[k]] ^ kInverted;
+      word |= uint32_t{other < own} << (Layout::kDarkerShift + k);
+    }
+    row[x] = static_cast<Word>(word);
+  }
+}
+
 template <class Word>
 HWY_INLINE void FillFrame(Word* row, uint32_t count) {
   for (uint32_t x = 0; x < count; ++x) row[x] = MSER_sWordOf<Word>::kFrame;
@@ -85,6 +102,7 @@ void PreProcess(const uint8_t* src, uint32_t width, uint32_t height, uint32_t st
   ptrdiff_t around[kNeighbours];
   for (uint32_t k = 0; k < kNeighbours; ++k) around[k] = clockwise[k * (8 / kNeighbours)];
 
+  const uint32_t lanes = static_cast<uint32_t>(hn::Lanes(Bytes()));
   Histogram counts = {};
   FillFrame(mask, width);
   FillFrame(mask + size_t{height - 1} * stride, width);
@@ -92,7 +110,18 @@ void PreProcess(const uint8_t* src, uint32_t width, uint32_t height, uint32_t st
     const uint8_t* const grey = src + size_t{y} * stride;
     Word* const row = mask + size_t{y} * stride;
     counts.Add(grey + 1, width - 2);
-    for (size_t x = 0; x < stride; x += hn::Lanes(Bytes())) {
+    // The first and the last neighbour of all would lie outside the image, by a byte.
+    constexpr bool kDiagonals = kNeighbours == 8;
+    uint32_t x = 0, end = stride;
+    if (kDiagonals && y == 1) {
+      x = lanes;
+      WordsOf<kPlus>(grey, 1, HWY_MIN(lanes, width - 1), around, row);
+    }
+    if (kDiagonals && y + 2 == height) {
+      end -= lanes;
+      WordsOf<kPlus>(grey, HWY_MAX(end, 1), width - 1, around, row);
+    }
+    for (; x < end; x += lanes) {
       const ByteVector own = Levels<kPlus>(grey + x);
       StoreWords(own, Darker<kPlus, kNeighbours>(grey + x, own, around), row + x);
     }
