@@ -205,8 +205,11 @@ TEST(Mser, SearchesAlignedImagesInPlace) {
 TEST(Mser, PreProcessesAlike) {
   const auto check = [](auto* reference, const auto& vector, auto word) {
     using Word = decltype(word);
-    for (const auto& [width, height] :
-         {std::pair{51u, 6u}, {64u, 9u}, {97u, 7u}, {32u, 3u}, {3u, 4u}}) {
+    struct Size {
+      uint32_t width, height;
+    };
+    for (const Size& size : {Size{51, 6}, {64, 9}, {97, 7}, {32, 3}, {3, 4}}) {
+      const uint32_t width = size.width, height = size.height;
       const uint32_t stride = (width + 31) / 32 * 32;
       const lumGuardedMemory memory(size_t{stride} * height), words(size_t{stride} * height * 4);
       for (const lumFence fence : {lumFence::before, lumFence::after}) {

@@ -4,20 +4,19 @@
 // The pixels on the boundary of what was visited: a stack for each grey level.
 class MSER_cBoundary {
  public:
-  MSER_cBoundary(const uint32_t* histogram, uint32_t* pixels) : pixels_(pixels) {
-    uint32_t at = 0;
+  MSER_cBoundary(const uint32_t* histogram, uint32_t* pixels) {
     for (uint32_t level = 0; level < MSER_LEVELS; ++level) {
-      top_[level] = base_[level] = at;
-      at += histogram[level] + 1;
+      top_[level] = base_[level] = pixels;
+      pixels += histogram[level] + 1;
     }
   }
 
   void push(uint32_t pixel, uint32_t level) {
-    pixels_[top_[level]++] = pixel;
+    *top_[level]++ = pixel;
     any_[level / 64] |= uint64_t{1} << (level % 64);
   }
   bool empty(uint32_t level) const { return top_[level] == base_[level]; }
-  uint32_t pop(uint32_t level) { return pixels_[--top_[level]]; }
+  uint32_t pop(uint32_t level) { return *--top_[level]; }
 
   // The darkest level above one that has become empty; MSER_LEVELS when there is none.
   uint32_t nextLevel(uint32_t level) {
@@ -34,9 +33,8 @@ class MSER_cBoundary {
 
  private:
   static constexpr uint32_t kWords = MSER_LEVELS / 64;
-  uint32_t* const pixels_;
   uint64_t any_[kWords] = {};  // which stacks may hold something: cleared when one is found empty
-  uint32_t top_[MSER_LEVELS], base_[MSER_LEVELS];
+  uint32_t *top_[MSER_LEVELS], *base_[MSER_LEVELS];
 };
 
 // A component's list ends where the numbers of the pixels end that joined it.
@@ -142,7 +140,7 @@ inline bool MSER_Record(const MSER_sHandle& handle, MSER_sPolarity& polarity,
 
 // A bit for each neighbour that was not visited yet.
 template <class Word, size_t... k>
-inline uint32_t MSER_Unvisited(const Word* word, const int32_t (&offset)[sizeof...(k)],
+inline uint32_t MSER_Unvisited(const Word* word, const ptrdiff_t (&offset)[sizeof...(k)],
                                std::index_sequence<k...>) {
   const uint32_t visited =
       (... | ((uint32_t{word[offset[k]]} >> MSER_sWordOf<Word>::kVisitedShift) << k));
@@ -156,14 +154,14 @@ inline MSER_eResult MSER_WalkTree(const MSER_sHandle& handle, MSER_sPolarity& po
   using Layout = MSER_sWordOf<Word>;
   constexpr uint32_t kNeighbours = Layout::kNeighbours;
   constexpr std::make_index_sequence<kNeighbours> kAll;
-  const int32_t stride = static_cast<int32_t>(handle.size.nStride);
-  int32_t offset[kNeighbours];
+  const ptrdiff_t stride = static_cast<ptrdiff_t>(handle.size.nStride);
+  ptrdiff_t offset[kNeighbours];
   if constexpr (kNeighbours == 4) {
-    const int32_t clockwise[] = {1, stride, -1, -stride};
+    const ptrdiff_t clockwise[] = {1, stride, -1, -stride};
     for (uint32_t k = 0; k < kNeighbours; ++k) offset[k] = clockwise[k];
   } else {
-    const int32_t clockwise[] = {1,  stride + 1,  stride,  stride - 1,
-                                 -1, -stride - 1, -stride, -stride + 1};
+    const ptrdiff_t clockwise[] = {1,  stride + 1,  stride,  stride - 1,
+                                   -1, -stride - 1, -stride, -stride + 1};
     for (uint32_t k = 0; k < kNeighbours; ++k) offset[k] = clockwise[k];
   }
 
@@ -177,13 +175,14 @@ inline MSER_eResult MSER_WalkTree(const MSER_sHandle& handle, MSER_sPolarity& po
   top->nFirst = 0;
   uint32_t joined = 0, history = 0, nodes = 0;
 
-  const auto visit = [mask](uint32_t at) {
-    const Word word = mask[at];
-    mask[at] = word | Layout::kVisited;
-    return uint32_t{word} % MSER_LEVELS;
+  const auto visit = [](Word* at) {
+    const Word seen = *at;
+    *at = seen | Layout::kVisited;
+    return uint32_t{seen} % MSER_LEVELS;
   };
-  uint32_t pixel = handle.size.nStride + 1;
-  uint32_t level = visit(pixel);
+  const auto indexOf = [mask](const Word* at) { return static_cast<uint32_t>(at - mask); };
+  Word* word = mask + stride + 1;
+  uint32_t level = visit(word);
   const auto create = [&] {
     *++top = {.nGreyLevel = static_cast<int32_t>(level),
               .nFirst = joined,
@@ -201,24 +200,22 @@ inline MSER_eResult MSER_WalkTree(const MSER_sHandle& handle, MSER_sPolarity& po
   polarity.nRegions = 0;
 
   for (;;) {
-    const Word* const word = mask + pixel;
     uint32_t unvisited = MSER_Unvisited(word, offset, kAll);
     const uint32_t darker = unvisited & (uint32_t{*word} >> Layout::kDarkerShift);
     if (darker) {
-      boundary.push(pixel, level);
-      pixel += static_cast<uint32_t>(offset[__builtin_ctz(darker)]);
-      level = visit(pixel);
+      boundary.push(indexOf(word), level);
+      word += offset[__builtin_ctz(darker)];
+      level = visit(word);
       create();
       continue;
     }
-    while (unvisited) {
-      const uint32_t neighbour = pixel + static_cast<uint32_t>(offset[__builtin_ctz(unvisited)]);
-      unvisited &= unvisited - 1;
-      boundary.push(neighbour, visit(neighbour));
+    for (; unvisited; unvisited &= unvisited - 1) {
+      Word* const neighbour = word + offset[__builtin_ctz(unvisited)];
+      boundary.push(indexOf(neighbour), visit(neighbour));
     }
-    list.pixel[joined++] = pixel;
+    list.pixel[joined++] = indexOf(word);
     if (!boundary.empty(level)) {
-      pixel = boundary.pop(level);
+      word = mask + boundary.pop(level);
       continue;
     }
 
@@ -241,7 +238,7 @@ inline MSER_eResult MSER_WalkTree(const MSER_sHandle& handle, MSER_sPolarity& po
       top->nGreyLevel = static_cast<int32_t>(level);
     }
     top->pHistory = history++;
-    pixel = boundary.pop(level);
+    word = mask + boundary.pop(level);
   }
   polarity.nNodes = nodes;
   return MSER_COMPLETE;

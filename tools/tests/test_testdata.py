@@ -227,7 +227,8 @@ class ShippedData(unittest.TestCase):
         self.assertEqual(types, ["char*"] + ["unsignedchar"] * 4 + ["int"] + ["float"] * 8)
         self.assertEqual(len({row[0] for row in rows}), 485)
         tested = {row[0] for row in rows if row[1:] == ["1"] * 5 + ["0"] * 8}
-        self.assertEqual(tested, set(re.findall(r"void (lumAbsDiff\w+)\(", header)))
+        differences = {name for name in tested if name.startswith("lumAbsDiff")}
+        self.assertEqual(differences, set(re.findall(r"void (lumAbsDiff\w+)\(", header)))
         untested = {row[0] for row in rows if row[1:] == ["0"] * 13}
         self.assertEqual(len(tested) + len(untested), len(rows))
 
