@@ -4,17 +4,10 @@
 #ifndef LUMEN_ROUTINES_H
 #define LUMEN_ROUTINES_H
 
+#include "lumenRoutineTypes.h"
 #include "lumenTable.h"
 
 inline constexpr uint32_t LUM_ROUTINE_COUNT = 71;
-
-// The score of the corner at `p`, whose circle is at these offsets, found with this barrier.
-using lumCornerScore = uint32_t(const uint8_t* p, const int32_t* offsets, int32_t barrier);
-// Rows of packed RGB to YCbCr.
-using lumRgbToLuma = void(const uint8_t* src, uint32_t width, uint8_t* dstY);
-using lumRgbToPlanes = void(const uint8_t* src, uint32_t width, uint8_t* dstY, uint8_t* dstCb,
-                            uint8_t* dstCr);
-using lumRgbToPseudoPlanes = void(const uint8_t* src, uint32_t width, uint8_t* dstY, uint8_t* dstC);
 
 #define LUM_ROUTINE_C(slot, name, type) extern "C" type name##C;
 #define LUM_ROUTINE_CV(slot, name, type) \

@@ -33,6 +33,19 @@ struct lumRow {
   F* column[LUM_IMPL_COUNT];
 };
 
+// Functions that the shared build knows by another name: declared for their type, never defined.
+extern "C" {
+decltype(lumMserExtNN8u8) lumMserExtNN8u8ST;
+decltype(lumMserExtu8) lumMserExtu8FxpST;
+decltype(lumMserExtu8_v2) lumMserExtu8_v2ST;
+decltype(lumMserExtu8_v3) lumMserExtu8_v3ST;
+decltype(lumMserInit) lumMserInitFxp;
+decltype(lumMserNN8u8) lumMserNN8u8ST;
+decltype(lumMserRelease) lumMserReleaseFxp;
+decltype(lumMseru8) lumMseru8FxpST;
+decltype(lumMseru8_v2) lumMseru8_v2ST;
+}
+
 // LUM_FUNC_TABLE.lumAbsDiffu8 is that function's row and takes pointers of its type only. In memory
 // the whole is an array of LUM_ROW_COUNT x LUM_IMPL_COUNT pointers, as the shared build sees it.
 struct lumFuncTable {

@@ -22,15 +22,9 @@
 // A kernel of the type that the public function has.
 #define LUM_KERNEL(name) constexpr decltype(::name)* name
 
-// The kernels of all instruction sets, at global scope.
+// The kernels of all instruction sets, at global scope: of a row, and of a shared inner routine.
 #define LUM_VECTOR(name) LUM_VECTOR_OF(decltype(name), name)
-// The same of a type that is told, for routines that have no public function.
 #define LUM_VECTOR_OF(type, name)                \
-  constinit const lumVectorSet<type> name##V = { \
-      {LUM_SSE4(name), LUM_AVX2(name), LUM_AVX512(name), LUM_NEON(name)}}
-
-// The same of a shared routine, which has no public function.
-#define LUM_VECTOR_ROUTINE(name, type)           \
   constinit const lumVectorSet<type> name##V = { \
       {LUM_SSE4(name), LUM_AVX2(name), LUM_AVX512(name), LUM_NEON(name)}}
 

@@ -196,6 +196,13 @@ int LUMEN_TEST_Case::compare(float tolerance) {
       return LUMEN_TEST_CompareBuffers<T>(reference_[i], image_[i], static_cast<T>(tolerance));
     });
   }
+  if (differs && description_.explain) {
+    LUMEN_TEST_Arguments expected = arguments_;
+    for (size_t i = 0; i < description_.images.size(); ++i) {
+      if (description_.images[i].isCompared()) expected.image[i] = reference_[i].roi<uint8_t>();
+    }
+    description_.explain(arguments_, expected);
+  }
   return differs;
 }
 

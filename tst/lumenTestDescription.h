@@ -221,6 +221,10 @@ struct LUMEN_TEST_Description {
   // Makes numbers that were chosen each for itself fit the size and one another; images are not
   // there yet. Rows of scripts are called as they stand.
   void (*adjust)(LUMEN_TEST_Arguments& arguments) = nullptr;
+  // Logs in the function's own terms where a row's results first differ from the references, which
+  // stand in place of the written images in `expected`.
+  void (*explain)(const LUMEN_TEST_Arguments& arguments,
+                  const LUMEN_TEST_Arguments& expected) = nullptr;
 
   // How many elements of a written image mean something after the call.
   uint64_t meaningful(size_t image, const LUMEN_TEST_Arguments& arguments) const {

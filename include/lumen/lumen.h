@@ -12,6 +12,7 @@
 #include "lumen/lumenFast.h"
 #include "lumen/lumenHarris.h"
 #include "lumen/lumenMem.h"
+#include "lumen/lumenMser.h"
 #include "lumen/lumenTypes.h"
 
 #endif  // LUMEN_H

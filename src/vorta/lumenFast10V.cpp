@@ -69,5 +69,5 @@ LUM_VECTOR(lumCornerFast10u8);
 LUM_VECTOR(lumCornerFast10InMasku8);
 LUM_VECTOR(lumCornerFast10Scoreu8);
 LUM_VECTOR(lumCornerFast10InMaskScoreu8);
-LUM_VECTOR_ROUTINE(fast10_corner_score, lumCornerScore);
+LUM_VECTOR_OF(lumCornerScore, fast10_corner_score);
 #endif

@@ -91,5 +91,5 @@ LUM_VECTOR(lumCornerFast9Scoreu8);
 LUM_VECTOR(lumCornerFast9InMaskScoreu8);
 LUM_VECTOR(lumCornerFast9Scoreu8_v2);
 LUM_VECTOR(lumCornerFast9InMaskScoreu8_v2);
-LUM_VECTOR_ROUTINE(fast9_corner_score, lumCornerScore);
+LUM_VECTOR_OF(lumCornerScore, fast9_corner_score);
 #endif

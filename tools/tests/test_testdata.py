@@ -222,8 +222,7 @@ class ShippedData(unittest.TestCase):
 
     def test_test_table_tests_the_public_functions(self) -> None:
         headers = "".join(
-            (TOOLS.parent / f"include/lumen/lumen{family}.h").read_text()
-            for family in ("Arithm", "Color", "ColorLayout", "ColorRgb", "Fast")
+            header.read_text() for header in (TOOLS.parent / "include/lumen").glob("lumen*.h")
         )
         names, types, rows = read_table(DATA / "LumenTestTable.csv")
         self.assertEqual(len(names), 14)
@@ -231,7 +230,8 @@ class ShippedData(unittest.TestCase):
         self.assertEqual(len({row[0] for row in rows}), 485)
         tested = {row[0] for row in rows if row[1:] == ["1"] * 5 + ["0"] * 8}
         known = {row[0] for row in rows}
-        self.assertEqual(tested, set(re.findall(r"void (lum\w+)\(", headers)) & known)
+        declared = set(re.findall(r"^LUMEN_API \w+ (lum\w+)\(", headers, re.MULTILINE))
+        self.assertLessEqual(declared & known, tested)
         untested = {row[0] for row in rows if row[1:] == ["0"] * 13}
         self.assertEqual(len(tested) + len(untested), len(rows))
 
