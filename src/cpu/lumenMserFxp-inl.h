@@ -138,14 +138,46 @@ inline bool MSER_Record(const MSER_sHandle& handle, MSER_sPolarity& polarity,
   return true;
 }
 
-// A bit for each neighbour that was not visited yet.
-template <class Word, size_t... k>
-inline uint32_t MSER_Unvisited(const Word* word, const ptrdiff_t (&offset)[sizeof...(k)],
-                               std::index_sequence<k...>) {
-  const uint32_t visited =
-      (... | ((uint32_t{word[offset[k]]} >> MSER_sWordOf<Word>::kVisitedShift) << k));
-  return visited ^ ((1u << sizeof...(k)) - 1);
-}
+// A pixel of the work plane, by the bytes of its word.
+template <class Word>
+class MSER_cPixel {
+  using Layout = MSER_sWordOf<Word>;
+  static constexpr uint32_t kNeighbours = Layout::kNeighbours;
+  static_assert(std::endian::native == std::endian::little);
+
+ public:
+  MSER_cPixel(void* mask, ptrdiff_t at) : bytes_(static_cast<uint8_t*>(mask)) { *this += at; }
+  MSER_cPixel& operator+=(ptrdiff_t pixels) {
+    bytes_ += pixels * ptrdiff_t{sizeof(Word)};
+    return *this;
+  }
+  MSER_cPixel operator+(ptrdiff_t pixels) const {
+    MSER_cPixel other = *this;
+    return other += pixels;
+  }
+  uint32_t indexIn(const void* mask) const {
+    return static_cast<uint32_t>(bytes_ - static_cast<const uint8_t*>(mask)) / sizeof(Word);
+  }
+
+  uint32_t level() const { return bytes_[0]; }
+  // A bit for each neighbour that was not visited yet, and of those for each darker one.
+  uint32_t unvisited() const {
+    return ((uint32_t{bytes_[Layout::kVisitedShift / 8]} >> Layout::kVisitedShift % 8) ^
+            ((1u << kNeighbours) - 1));
+  }
+  uint32_t darker(uint32_t unvisited) const { return unvisited & bytes_[1]; }
+
+  // Lets every neighbour know.
+  template <size_t... k>
+  void visit(const ptrdiff_t (&offset)[sizeof...(k)], std::index_sequence<k...>) const {
+    constexpr uint32_t kHalf = kNeighbours / 2;  // what is the kth to one is the opposite to it
+    (..., (bytes_[offset[k] * ptrdiff_t{sizeof(Word)} + Layout::kVisitedShift / 8] |=
+           uint8_t(1u << ((k + kHalf) % kNeighbours + Layout::kVisitedShift % 8))));
+  }
+
+ private:
+  uint8_t* bytes_;
+};
 
 // `histogram`: of the grey levels inside the frame. The polarity's mask is laid out.
 template <class Word>
@@ -165,7 +197,7 @@ inline MSER_eResult MSER_WalkTree(const MSER_sHandle& handle, MSER_sPolarity& po
     for (uint32_t k = 0; k < kNeighbours; ++k) offset[k] = clockwise[k];
   }
 
-  Word* const mask = static_cast<Word*>(polarity.pMask);
+  void* const mask = polarity.pMask;
   const MSER_sList list = polarity.list;
   MSER_sHistory* const histories = polarity.pHistory;
   MSER_cBoundary boundary(histogram, polarity.pBoundary);
@@ -175,14 +207,9 @@ inline MSER_eResult MSER_WalkTree(const MSER_sHandle& handle, MSER_sPolarity& po
   top->nFirst = 0;
   uint32_t joined = 0, history = 0, nodes = 0;
 
-  const auto visit = [](Word* at) {
-    const Word seen = *at;
-    *at = seen | Layout::kVisited;
-    return uint32_t{seen} % MSER_LEVELS;
-  };
-  const auto indexOf = [mask](const Word* at) { return static_cast<uint32_t>(at - mask); };
-  Word* word = mask + stride + 1;
-  uint32_t level = visit(word);
+  MSER_cPixel<Word> pixel(mask, stride + 1);
+  pixel.visit(offset, kAll);
+  uint32_t level = pixel.level();
   const auto create = [&] {
     *++top = {.nGreyLevel = static_cast<int32_t>(level),
               .nFirst = joined,
@@ -200,22 +227,23 @@ inline MSER_eResult MSER_WalkTree(const MSER_sHandle& handle, MSER_sPolarity& po
   polarity.nRegions = 0;
 
   for (;;) {
-    uint32_t unvisited = MSER_Unvisited(word, offset, kAll);
-    const uint32_t darker = unvisited & (uint32_t{*word} >> Layout::kDarkerShift);
-    if (darker) {
-      boundary.push(indexOf(word), level);
-      word += offset[__builtin_ctz(darker)];
-      level = visit(word);
+    uint32_t unvisited = pixel.unvisited();
+    if (const uint32_t darker = pixel.darker(unvisited)) {
+      boundary.push(pixel.indexIn(mask), level);
+      pixel += offset[__builtin_ctz(darker)];
+      pixel.visit(offset, kAll);
+      level = pixel.level();
       create();
       continue;
     }
     for (; unvisited; unvisited &= unvisited - 1) {
-      Word* const neighbour = word + offset[__builtin_ctz(unvisited)];
-      boundary.push(indexOf(neighbour), visit(neighbour));
+      const MSER_cPixel<Word> neighbour = pixel + offset[__builtin_ctz(unvisited)];
+      neighbour.visit(offset, kAll);
+      boundary.push(neighbour.indexIn(mask), neighbour.level());
     }
-    list.pixel[joined++] = indexOf(word);
+    list.pixel[joined++] = pixel.indexIn(mask);
     if (!boundary.empty(level)) {
-      word = mask + boundary.pop(level);
+      pixel = {mask, static_cast<ptrdiff_t>(boundary.pop(level))};
       continue;
     }
 
@@ -238,7 +266,7 @@ inline MSER_eResult MSER_WalkTree(const MSER_sHandle& handle, MSER_sPolarity& po
       top->nGreyLevel = static_cast<int32_t>(level);
     }
     top->pHistory = history++;
-    word = mask + boundary.pop(level);
+    pixel = {mask, static_cast<ptrdiff_t>(boundary.pop(level))};
   }
   polarity.nNodes = nodes;
   return MSER_COMPLETE;

@@ -10,20 +10,37 @@
 #ifndef LUMEN_MSER_FXP_H
 #define LUMEN_MSER_FXP_H
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <utility>
 
 // Layout of a work word, 16 bits for 4 neighbours and 32 for 8: the grey level in the low byte, a
-// bit for each neighbour that is darker above it, in the order in which they are looked at, and the
-// top bit, set once the pixel was visited. Frame pixels have all bits set.
+// bit for each neighbour that is darker above it, in the order in which they are looked at, and
+// above these a bit for each that was visited. The walk goes by bytes: a word that was stored to in
+// part cannot be loaded at once as a whole.
 template <class Word>
 struct MSER_sWordOf {
   static constexpr uint32_t kNeighbours = sizeof(Word) == 2 ? 4 : 8;
   static constexpr uint32_t kDarkerShift = 8;
-  static constexpr uint32_t kVisitedShift = 8 * sizeof(Word) - 1;
-  static constexpr Word kVisited = static_cast<Word>(uint32_t{1} << kVisitedShift);
-  static constexpr Word kFrame = static_cast<Word>(-1);
+  static constexpr uint32_t kVisitedShift = 8 + kNeighbours;
+  static constexpr Word kFrame = static_cast<Word>(-1);  // words of pixels that count as visited
+
+  // The neighbours among those of 8, clockwise from the right one: for 4, every other one.
+  static constexpr uint32_t kStep = 8 / kNeighbours;
+  static constexpr uint32_t bitsOf(std::initializer_list<uint32_t> ofEight) {
+    uint32_t bits = 0;
+    for (const uint32_t k : ofEight) bits |= k % kStep == 0 ? 1u << (k / kStep) : 0;
+    return bits << kVisitedShift;
+  }
+  static constexpr uint32_t kRight = bitsOf({7, 0, 1}), kBelow = bitsOf({1, 2, 3});
+  static constexpr uint32_t kLeft = bitsOf({3, 4, 5}), kAbove = bitsOf({5, 6, 7});
+
+  // What of the neighbours of a row's pixels belongs to the frame above and below.
+  static constexpr uint32_t frameOfRow(uint32_t y, uint32_t height) {
+    return (y == 1 ? kAbove : 0) | (y + 2 == height ? kBelow : 0);
+  }
 };
 
 constexpr uint32_t MSER_NONE = UINT32_MAX;

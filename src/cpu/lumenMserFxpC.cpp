@@ -21,7 +21,6 @@ void preProcess(const uint8_t* src, uint32_t width, uint32_t height, uint32_t st
   using Layout = MSER_sWordOf<Word>;
   constexpr int kAround[8][2] = {{1, 0},  {1, 1},   {0, 1},  {-1, 1},
                                  {-1, 0}, {-1, -1}, {0, -1}, {1, -1}};
-  constexpr uint32_t kStep = 8 / Layout::kNeighbours;
   const auto level = [src, stride](uint32_t x, uint32_t y) -> uint32_t {
     const uint8_t grey = src[size_t{y} * stride + x];
     return kPlus ? grey : 255 - grey;
@@ -35,9 +34,10 @@ void preProcess(const uint8_t* src, uint32_t width, uint32_t height, uint32_t st
         continue;
       }
       const uint32_t own = level(x, y);
-      uint32_t word = own;
+      uint32_t word = own | Layout::frameOfRow(y, height) | (x == 1 ? Layout::kLeft : 0) |
+                      (x + 2 == width ? Layout::kRight : 0);
       for (uint32_t k = 0; k < Layout::kNeighbours; ++k) {
-        const auto [dx, dy] = kAround[k * kStep];
+        const auto [dx, dy] = kAround[k * Layout::kStep];
         const uint32_t other = level(x + static_cast<uint32_t>(dx), y + static_cast<uint32_t>(dy));
         word |= static_cast<uint32_t>(other < own) << (Layout::kDarkerShift + k);
       }

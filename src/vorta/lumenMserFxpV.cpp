@@ -42,14 +42,16 @@ HWY_INLINE ByteVector Darker(const uint8_t* src, ByteVector own, const ptrdiff_t
   return darker;
 }
 
-// A word has the grey level in its low byte and the bits in the next one.
-HWY_INLINE void StoreWords(ByteVector own, ByteVector darker, uint16_t* row) {
-  hn::StoreInterleaved2(own, darker, Bytes(), reinterpret_cast<uint8_t*>(row));
-}
-HWY_INLINE void StoreWords(ByteVector own, ByteVector darker, uint32_t* row) {
+// Words of grey levels, bits of darker neighbours and, the same for all, of the frame.
+HWY_INLINE void StoreWords(ByteVector own, ByteVector darker, uint32_t frame, uint16_t* row) {
   const Bytes d;
-  const ByteVector none = hn::Zero(d);
-  hn::StoreInterleaved4(own, darker, none, none, d, reinterpret_cast<uint8_t*>(row));
+  const ByteVector bits = hn::Or(darker, hn::Set(d, uint8_t(frame >> 8)));
+  hn::StoreInterleaved2(own, bits, d, reinterpret_cast<uint8_t*>(row));
+}
+HWY_INLINE void StoreWords(ByteVector own, ByteVector darker, uint32_t frame, uint32_t* row) {
+  const Bytes d;
+  const ByteVector visited = hn::Set(d, uint8_t(frame >> 16));
+  hn::StoreInterleaved4(own, darker, visited, hn::Zero(d), d, reinterpret_cast<uint8_t*>(row));
 }
 
 // Four counters a level, so that equal levels side by side do not wait for each other.
@@ -74,12 +76,12 @@ struct Histogram {
 // The words of pixels from x up to end, one by one.
 template <bool kPlus, class Word>
 HWY_INLINE void WordsOf(const uint8_t* grey, uint32_t x, uint32_t end, const ptrdiff_t* around,
-                        Word* row) {
+                        uint32_t frame, Word* row) {
   using Layout = MSER_sWordOf<Word>;
   constexpr uint8_t kInverted = kPlus ? 0 : 255;
   for (; x < end; ++x) {
     const uint8_t own = grey[x] ^ kInverted;
-    uint32_t word = own;
+    uint32_t word = own | frame;
     for (uint32_t k = 0; k < Layout::kNeighbours; ++k) {
       const uint8_t other = grey[static_cast<ptrdiff_t>(x) + around[k]] ^ kInverted;
       word |= uint32_t{other < own} << (Layout::kDarkerShift + k);
@@ -96,11 +98,12 @@ HWY_INLINE void FillFrame(Word* row, uint32_t count) {
 template <bool kPlus, class Word>
 void PreProcess(const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride, Word* mask,
                 uint32_t* histogram) {
-  constexpr uint32_t kNeighbours = MSER_sWordOf<Word>::kNeighbours;
+  using Layout = MSER_sWordOf<Word>;
+  constexpr uint32_t kNeighbours = Layout::kNeighbours;
   const ptrdiff_t s = stride;
   const ptrdiff_t clockwise[8] = {1, s + 1, s, s - 1, -1, -s - 1, -s, -s + 1};
   ptrdiff_t around[kNeighbours];
-  for (uint32_t k = 0; k < kNeighbours; ++k) around[k] = clockwise[k * (8 / kNeighbours)];
+  for (uint32_t k = 0; k < kNeighbours; ++k) around[k] = clockwise[k * Layout::kStep];
 
   const uint32_t lanes = static_cast<uint32_t>(hn::Lanes(Bytes()));
   Histogram counts = {};
@@ -110,22 +113,25 @@ void PreProcess(const uint8_t* src, uint32_t width, uint32_t height, uint32_t st
     const uint8_t* const grey = src + size_t{y} * stride;
     Word* const row = mask + size_t{y} * stride;
     counts.Add(grey + 1, width - 2);
+    const uint32_t frame = Layout::frameOfRow(y, height);
     // The first and the last neighbour of all would lie outside the image, by a byte.
     constexpr bool kDiagonals = kNeighbours == 8;
     uint32_t x = 0, end = stride;
     if (kDiagonals && y == 1) {
       x = lanes;
-      WordsOf<kPlus>(grey, 1, HWY_MIN(lanes, width - 1), around, row);
+      WordsOf<kPlus>(grey, 1, HWY_MIN(lanes, width - 1), around, frame, row);
     }
     if (kDiagonals && y + 2 == height) {
       end -= lanes;
-      WordsOf<kPlus>(grey, HWY_MAX(end, 1), width - 1, around, row);
+      WordsOf<kPlus>(grey, HWY_MAX(end, 1), width - 1, around, frame, row);
     }
     for (; x < end; x += lanes) {
       const ByteVector own = Levels<kPlus>(grey + x);
-      StoreWords(own, Darker<kPlus, kNeighbours>(grey + x, own, around), row + x);
+      StoreWords(own, Darker<kPlus, kNeighbours>(grey + x, own, around), frame, row + x);
     }
-    row[0] = row[width - 1] = MSER_sWordOf<Word>::kFrame;
+    row[1] |= static_cast<Word>(Layout::kLeft);
+    row[width - 2] |= static_cast<Word>(Layout::kRight);
+    row[0] = row[width - 1] = Layout::kFrame;
   }
   counts.Store(kPlus, histogram);
 }

@@ -14,6 +14,8 @@ from .tree import Tree
 
 DIRECTORY = "lumenmser"
 
+_WIDTH = {"corners": 4, "sizes": 4, "points": 2}  # of a reference's rows, where it is not 1
+
 Row = list[str]
 Columns = list[tuple[str, str]]
 Numbers = list[list[int]]  # rows of a reference
@@ -130,7 +132,7 @@ def _row(tree: Tree, case: Case, form: Form, result: tuple[list[Region], int, in
     fields = [case.source, case.wider, case.higher, limits.delta, limits.min_area, limits.max_area]
     fields += [limits.max_variation, limits.min_diversity, case.capacity, room, case.threading]
     for name, _ in form.references:
-        content = _list(*lists[name], 4 if name in ("corners", "sizes") else 2 if name == "points" else 1)
+        content = _list(*lists[name], _WIDTH.get(name, 1))
         fields.append(_shared(tree, f"{case.name}_{name}{form.neighbours}.csv", content))
     return [*map(str, fields), case.note]
 
@@ -181,30 +183,37 @@ def _scenes(tree: Tree) -> Iterator[Case]:
     name = _add_image(tree, "nested", nested)
     case = Case("nested", "blobs in blobs, dark and bright", name, nested, EASY)
     yield case
-    yield replace(case, name="old", note="delta 1", parameters=replace(EASY, delta=1))
-    yield replace(case, name="young", note="delta 60: older than all history", parameters=replace(EASY, delta=60))
+    least, most = replace(EASY, delta=1), replace(EASY, delta=60)
+    yield replace(case, name="old", note="delta 1", parameters=least)
+    yield replace(case, name="young", note="delta 60: older than all history", parameters=most)
     regions, minus, points = case.result(4)
     plus = len(regions) - minus
-    yield replace(case, name="exact", note="as many regions and points as there is room for", capacity=len(regions))
-    yield replace(case, name="larger", note="the larger polarity is cut", capacity=max(minus, plus) + 1)
-    yield replace(case, name="half", note="both polarities overflow", capacity=min(minus, plus) - 1)
+    note = "as many regions and points as there is room for"
+    yield replace(case, name="exact", note=note, capacity=len(regions))
+    note = "the larger polarity is cut"
+    yield replace(case, name="larger", note=note, capacity=max(minus, plus) + 1)
+    note = "both polarities overflow"
+    yield replace(case, name="half", note=note, capacity=min(minus, plus) - 1)
     yield replace(case, name="none", note="no room for a region", capacity=0)
     yield replace(case, name="full", note="a point too many", room=points - 1)
     yield replace(case, name="part", note="an image smaller than the handle", wider=23, higher=9)
     yield replace(case, name="refused", note="an image larger than the handle", wider=-1)
     sizes = sorted({len(region.pixels) for region in regions})
     bounds = replace(EASY, min_area=sizes[1], max_area=sizes[-2])
-    yield replace(case, name="bounds", note="areas equal to a bound are left out", parameters=bounds)
+    note = "areas equal to a bound are left out"
+    yield replace(case, name="bounds", note=note, parameters=bounds)
     for levels in (2, 128):
         image = _steps(f"steps{levels}", levels)
         name = _add_image(tree, f"steps{levels}", image)
         yield Case(f"steps{levels}", f"plateaus of {levels} levels", name, image, SMALL)
     flat = np.full((6, 51), 77, np.uint8)
-    yield Case("flat", "the least handle, all one level", _add_image(tree, "flat", flat), flat, EASY)
+    name = _add_image(tree, "flat", flat)
+    yield Case("flat", "the least handle, all one level", name, flat, EASY)
     for width, height in ((1, 1), (2, 9), (3, 3)):
         tiny = np.arange(width * height, dtype=np.uint8).reshape(height, width)
         name = _add_image(tree, f"tiny{width}", tiny)
-        yield Case(f"tiny{width}", f"{width} x {height}: hardly anything inside the frame", name, tiny, EASY)
+        note = f"{width} x {height}: hardly anything inside the frame"
+        yield Case(f"tiny{width}", note, name, tiny, EASY)
     padded = _steps("padded", 32)[:, :57]
     rows = np.hstack([padded, np.tile(np.array([0, 255, 9], np.uint8), (len(padded), 1))])
     content = encode("csv", Image(rows, padded.shape[1], len(padded)), U8.source)

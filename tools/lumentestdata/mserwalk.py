@@ -2,7 +2,7 @@
 lists, and every neighbour's state is looked up where it is asked for."""
 
 from collections.abc import Iterator
-from dataclasses import dataclass, field
+from dataclasses import dataclass, field, replace
 
 import numpy as np
 
@@ -28,9 +28,7 @@ class Parameters:
         f32 = np.float32
         share = f32(self.max_area) / f32(handle[0] * handle[1])
         scaled = int(share * f32(size[0]) * f32(size[1]))
-        return Parameters(
-            self.delta, self.min_area, scaled, self.max_variation, self.min_diversity, self.neighbours
-        )
+        return replace(self, max_area=scaled)
 
 
 @dataclass(frozen=True)
@@ -116,7 +114,8 @@ class _Walk:
             return self.found
         pixel: Pixel | None = self.enter((1, 1))
         while pixel is not None:
-            darker = next((n for n in self.unseen(pixel) if self.level(n) < self.level(pixel)), None)
+            own = self.level(pixel)
+            darker = next((n for n in self.unseen(pixel) if self.level(n) < own), None)
             if darker is not None:
                 self.boundary[self.level(pixel)].append(pixel)
                 pixel = self.enter(darker)
@@ -224,7 +223,7 @@ def extract(
     plus = search(image, limits, 1, capacity)
     count = trimmed(len(minus.regions), len(plus.regions), capacity)
     regions = minus.regions[: count[0]] + [
-        Region(r.pixels, r.variation, r.polarity, r.node_id + minus.nodes, r.node_counter + minus.nodes)
+        replace(r, node_id=r.node_id + minus.nodes, node_counter=r.node_counter + minus.nodes)
         for r in plus.regions[: count[1]]
     ]
     if sum(len(region.pixels) for region in regions) > room:
