@@ -376,31 +376,37 @@ TEST(Harris, FindsGoodFeaturesStrongestFirst) {
     // By strength, then as raster order has them, which the sort keeps.
     std::stable_sort(candidates.begin(), candidates.end(),
                      [](const auto& a, const auto& b) { return std::get<0>(a) < std::get<0>(b); });
-    for (const auto& [quality, distance, capacity] : {std::tuple(0.0f, 0u, kRoom),
-                                                      {0.1f, 1u, kRoom},
-                                                      {0.05f, 2u, kRoom},
-                                                      {0.3f, 3u, kRoom},
-                                                      {0.01f, 7u, 5u},
-                                                      {0.01f, 13u, kRoom},
-                                                      {NAN, 1000000u, kRoom},
-                                                      {2.0f, 0u, kRoom},
-                                                      {0.2f, UINT32_MAX, kRoom},
-                                                      {0.1f, 5u, 0u}}) {
+    struct Numbers {
+      float quality;
+      uint32_t distance, capacity;
+    };
+    for (const Numbers& n : {Numbers{0, 0, kRoom},
+                             {0.1f, 1, kRoom},
+                             {0.05f, 2, kRoom},
+                             {0.3f, 3, kRoom},
+                             {0.01f, 7, 5},
+                             {0.01f, 13, kRoom},
+                             {NAN, 1000000, kRoom},
+                             {2, 0, kRoom},
+                             {0.2f, UINT32_MAX, kRoom},
+                             {0.1f, 5, 0}}) {
       std::vector<Place> want;
-      for (const auto& [negative, place] : candidates) {
-        const float level = quality > 0 ? std::min(quality, 1.0f) : 0;
-        if (static_cast<float>(-negative) < level * static_cast<float>(strongest)) continue;
-        const bool isFar = std::none_of(want.begin(), want.end(), [&](const Place& other) {
-          return std::hypot(double(other.x) - place.x, double(other.y) - place.y) < distance;
+      const auto isFar = [&](const Place& place) {
+        return std::none_of(want.begin(), want.end(), [&](const Place& other) {
+          return std::hypot(double(other.x) - place.x, double(other.y) - place.y) < n.distance;
         });
-        if (isFar && want.size() < capacity) want.push_back(place);
+      };
+      for (const auto& [negative, place] : candidates) {
+        const float level = n.quality > 0 ? std::min(n.quality, 1.0f) : 0;
+        if (static_cast<float>(-negative) < level * static_cast<float>(strongest)) continue;
+        if (want.size() < n.capacity && isFar(place)) want.push_back(place);
       }
       LUM_EVERY_COLUMN(lumGoodFeatureToTracku8, [&](auto* f) {
-        const Corners got = run(capacity, [&](uint32_t* xy, int32_t*, uint32_t* count) {
-          f(image.pixels.data(), 57, 40, 58, 6, xy, capacity, count, quality, distance);
+        const Corners got = run(n.capacity, [&](uint32_t* xy, int32_t*, uint32_t* count) {
+          f(image.pixels.data(), 57, 40, 58, 6, xy, n.capacity, count, n.quality, n.distance);
           return false;
         });
-        ASSERT_EQ(got.places, want) << "quality " << quality << " distance " << distance;
+        ASSERT_EQ(got.places, want) << "quality " << n.quality << " distance " << n.distance;
       });
     }
   }
