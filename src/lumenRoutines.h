@@ -8,6 +8,15 @@
 
 inline constexpr uint32_t LUM_ROUTINE_COUNT = 71;
 
+// A row of packed pixels of one format into another.
+using lumPackedRow = void(const uint8_t* src, uint32_t width, uint8_t* dst);
+
+#define LUM_ROUTINE_C(slot, name, type) extern "C" type name##C;
+#define LUM_ROUTINE_CV(slot, name, type) \
+  extern "C" type name##C;               \
+  extern const lumVectorSet<type> name##V;
+#include "lumenRoutines.def"
+
 struct lumRoutineTable {
 #define LUM_ROUTINE(slot, name) lumAnyFunction name;
 #define LUM_ROUTINE_C(slot, name, type) type* name;

@@ -23,8 +23,10 @@
 #define LUM_KERNEL(name) constexpr decltype(::name)* name
 
 // The kernels of all instruction sets, at global scope.
-#define LUM_VECTOR(name)                                   \
-  constinit const lumVectorSet<decltype(name)> name##V = { \
+#define LUM_VECTOR(name) LUM_VECTOR_OF(decltype(name), name)
+// The same of a type that is told, for routines that have no public function.
+#define LUM_VECTOR_OF(type, name)                \
+  constinit const lumVectorSet<type> name##V = { \
       {LUM_SSE4(name), LUM_AVX2(name), LUM_AVX512(name), LUM_NEON(name)}}
 
 #if HWY_TARGETS & HWY_SSE4

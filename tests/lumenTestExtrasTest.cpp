@@ -185,7 +185,7 @@ TEST(TestExtras, ChangeNothingWhereTheyAreNotGiven) {
       "LUMEN_PROFILE, lumAbsDiffu8 :: FAIL, 0, 0, 0, 0, 0, 0, 0, 0, 0\n"
       "D/lumen_test: LUMEN_TEST, ABSDIFF=>FAIL\n"
       "LUMEN_PROFILE, FIT:(FeatureName=>LUMEN, Overall=>FAIL)\n"
-      "D/lumen_test: LUMEN_TEST, 3 of 83 modules are built\n";
+      "D/lumen_test: LUMEN_TEST, 5 of 83 modules are built\n";
   const ProgramRun without = runLumenTest(arguments, "env -u LUMEN_TEST_OPTS", true);
   std::string kept;
   std::istringstream lines(without.out);
