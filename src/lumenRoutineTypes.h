@@ -14,6 +14,9 @@ using lumRgbToPlanes = void(const uint8_t* src, uint32_t width, uint8_t* dstY, u
                             uint8_t* dstCr);
 using lumRgbToPseudoPlanes = void(const uint8_t* src, uint32_t width, uint8_t* dstY, uint8_t* dstC);
 
+// A row of packed pixels of one format into another.
+using lumPackedRow = void(const uint8_t* src, uint32_t width, uint8_t* dst);
+
 // Lays out the work words of a grey image for the search of regions: the grey level and, for each
 // neighbour, whether that is darker; counts the grey levels inside the frame. Image and words have
 // `stride` elements to a row, a multiple of 32, of which `width` are the image's.

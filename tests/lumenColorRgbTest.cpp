@@ -8,7 +8,9 @@
 
 #include "lumenColorFormat.h"
 #include "lumenColorTestSupport.h"
+#include "lumenRoutines.h"
 #include "lumenTable.h"
+#include "lumenTestSupport.h"
 
 namespace {
 
@@ -236,6 +238,37 @@ TEST(ColorRgb, LabIsWithinItsError) {
   EXPECT_LT(worst[2], 0.68);
   EXPECT_THAT(convertedRow(functionOf("lumColorRGBA8888ToLABu8"), {0, 0, 0, 9, 255, 255, 255, 9}),
               testing::ElementsAre(0, 128, 128, 255, 128, 128));
+}
+
+// Rows of the shared routines, which the operation mode selects.
+TEST(ColorRgb, RoutinesConvertARow) {
+  LUM_NEEDS_OWN_PROCESS();
+  struct Routine {
+    const char* function;
+    lumPackedRow* const* slot;
+  };
+  const Routine routines[] = {
+#define LUM_COLOR_ROW(routine, From, To) {#routine, &LUM_ROUTINES.routine},
+#include "lumenColorRgb.def"
+      {"rgb2lab", &LUM_ROUTINES.rgb2lab}};
+  ASSERT_EQ(std::size(routines), 16u);
+  for (const auto mode : {0x80000002u, 0x80000004u}) {
+    ASSERT_EQ(lumSetOperationMode(static_cast<lumOperationMode>(mode)), 0);
+    size_t next = 0;
+    for (const Function& function : kFunctions) {
+      const bool isReordering = next < 15;
+      if (!isReordering && function.srcBytes != 4) continue;  // of the others, Lab alone
+      const Routine& routine = routines[next++];
+      SCOPED_TRACE(routine.function);
+      std::vector<uint8_t> src(71 * function.srcBytes), dst(71 * function.dstBytes);
+      lumColorTest::Bytes bytes(static_cast<uint32_t>(next));
+      for (uint8_t& byte : src) byte = bytes(0, 0);
+      (*routine.slot)(src.data(), 71, dst.data());
+      EXPECT_EQ(dst, convertedRow(function, src));
+    }
+    EXPECT_EQ(next, std::size(routines));
+  }
+  EXPECT_NE(LUM_ROUTINES.rgb565_to_rgb888, rgb565_to_rgb888C);
 }
 
 TEST(ColorRgb, EntriesPackAndCheckRows) {

@@ -6,6 +6,7 @@
 #include "cpu/lumenRow.h"
 #include "lumenColorFormat.h"
 #include "lumenColorLab.h"
+#include "lumenRoutines.h"
 #include "lumenTable.h"
 
 namespace {
@@ -86,14 +87,17 @@ void write(uint8_t* d, Pixel p, Lab) {
 }
 
 template <class From, class To>
+void convertRow(const uint8_t* src, uint32_t width, uint8_t* dst) {
+  for (size_t x = 0; x < width; ++x) {
+    write(dst + x * To::kBytes, read<From>(src + x * From::kBytes), To());
+  }
+}
+
+template <class From, class To>
 void convertRows(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
                  uint8_t* dst, uint32_t dstStride) {
   for (uint32_t y = 0; y < height; ++y) {
-    const uint8_t* s = lumRowAt(src, y, srcStride);
-    uint8_t* d = lumRowAt(dst, y, dstStride);
-    for (size_t x = 0; x < width; ++x) {
-      write(d + x * To::kBytes, read<From>(s + x * From::kBytes), To());
-    }
+    convertRow<From, To>(lumRowAt(src, y, srcStride), width, lumRowAt(dst, y, dstStride));
   }
 }
 
@@ -104,4 +108,12 @@ void convertRows(const uint8_t* src, uint32_t width, uint32_t height, uint32_t s
                uint8_t* dst, uint32_t dstStride) {                                            \
     convertRows<From, To>(src, srcWidth, srcHeight, srcStride, dst, dstStride);               \
   }
+#define LUM_COLOR_ROW(routine, From, To)                              \
+  void routine##C(const uint8_t* src, uint32_t width, uint8_t* dst) { \
+    convertRow<From, To>(src, width, dst);                            \
+  }
 #include "lumenColorRgb.def"
+
+void rgb2labC(const uint8_t* src, uint32_t width, uint8_t* dst) {
+  convertRow<Rgba8888, Lab>(src, width, dst);
+}

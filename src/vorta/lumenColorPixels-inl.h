@@ -281,6 +281,8 @@ HWY_INLINE void StoreThreeOfFour(const VQuads (&quads)[4], uint8_t* to) {
 struct Pixels {
   VBytes r, g, b, a;
 
+  HWY_INLINE Pixels() {}  // NOLINT: the compiler's own is not for the instruction set
+
   template <size_t kBytes, bool kExchange>
   static HWY_INLINE Pixels Load(const uint8_t* from) {
     Pixels p;

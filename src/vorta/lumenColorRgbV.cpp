@@ -7,6 +7,7 @@
 #include <hwy/highway.h>
 
 #include "lumenColorFormat.h"
+#include "lumenRoutines.h"
 #include "lumenVector.h"
 #include "vorta/lumenColorPixels-inl.h"
 #include "vorta/lumenColorRows-inl.h"
@@ -46,6 +47,8 @@ struct Reorder<lumColor::Rgb565, lumColor::Bgr565> : PackedOp<2, 2> {
 
 #define LUM_COLOR_REORDER(name, From, To) \
   LUM_KERNEL(name) = PackedRows<Reorder<lumColor::From, lumColor::To>>;
+#define LUM_COLOR_ROW(routine, From, To) \
+  constexpr lumPackedRow* routine = PackedRow<Reorder<lumColor::From, lumColor::To>>;
 #include "lumenColorRgb.def"
 
 // NOLINTNEXTLINE(google-readability-namespace-comments)
@@ -55,5 +58,6 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 #define LUM_COLOR_REORDER(name, From, To) LUM_VECTOR(name);
+#define LUM_COLOR_ROW(routine, From, To) LUM_VECTOR_OF(lumPackedRow, routine);
 #include "lumenColorRgb.def"
 #endif  // HWY_ONCE

@@ -37,6 +37,12 @@ void PackedRows(const uint8_t* src, uint32_t width, uint32_t height, uint32_t sr
   });
 }
 
+// A single row, which is never stored past the cache: what comes after it reads it.
+template <class Op>
+void PackedRow(const uint8_t* src, uint32_t width, uint8_t* dst) {
+  ConvertRow(Op(), {{src}, {dst}}, width, false);
+}
+
 // NOLINTNEXTLINE(google-readability-namespace-comments)
 }  // namespace HWY_NAMESPACE
 }  // namespace lumen

@@ -8,6 +8,7 @@
 
 #include "lumenColorFormat.h"
 #include "lumenColorLab.h"
+#include "lumenRoutines.h"
 #include "lumenVector.h"
 #include "vorta/lumenColorPixels-inl.h"
 #include "vorta/lumenColorRows-inl.h"
@@ -207,6 +208,7 @@ LUM_KERNEL(lumColorRGB888ToGrayu8) = PackedRows<ToGray>;
 LUM_KERNEL(lumColorRGB888toYCrCbu8) = PackedRows<ToYCrCb>;
 LUM_KERNEL(lumColorRGB888ToHSV888u8) = PackedRows<ToHsv>;
 LUM_KERNEL(lumColorRGBA8888ToLABu8) = PackedRows<ToLab>;
+constexpr lumPackedRow* rgb2lab = PackedRow<ToLab>;
 
 // NOLINTNEXTLINE(google-readability-namespace-comments)
 }  // namespace HWY_NAMESPACE
@@ -216,4 +218,5 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 #define LUM_COLOR_VALUES(name, From, To) LUM_VECTOR(name);
 #include "lumenColorRgb.def"
+LUM_VECTOR_OF(lumPackedRow, rgb2lab);
 #endif  // HWY_ONCE
