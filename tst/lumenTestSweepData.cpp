@@ -267,18 +267,18 @@ namespace {
 
 // Slow waves with weak noise, on them rectangles that are brighter or darker.
 void fillWithScene(std::span<uint8_t> bytes, size_t rowElements, LUMEN_TEST_Random& random) {
-  constexpr size_t kTile = 24, kLeast = 5;
+  constexpr uint64_t kTile = 24, kLeast = 5;
   for (size_t i = 0; i < bytes.size(); ++i) {
-    const size_t x = i % rowElements, y = i / rowElements;
+    const uint64_t x = i % rowElements, y = i / rowElements;
     const uint64_t tile = LUMEN_TEST_Mix(x / kTile << 32 | y / kTile);
-    const size_t left = tile % 8, top = tile / 8 % 8, inX = x % kTile, inY = y % kTile;
+    const uint64_t left = tile % 8, top = tile / 8 % 8, inX = x % kTile, inY = y % kTile;
     const bool isInside = tile >> 63 && inX >= left && inX < left + kLeast + (tile >> 16) % 12 &&
                           inY >= top && inY < top + kLeast + (tile >> 24) % 12;
-    const auto wave = [](size_t at, size_t length) {
-      const size_t phase = at % (2 * length);
+    const auto wave = [](uint64_t at, uint64_t length) {
+      const uint64_t phase = at % (2 * length);
       return 64 * std::min(phase, 2 * length - phase) / length;
     };
-    size_t value = 40 + wave(x, 310) + wave(y, 170) + random.below(5);
+    uint64_t value = 40 + wave(x, 310) + wave(y, 170) + random.below(5);
     if (isInside) value = (tile >> 40) % 160 + 48;
     bytes[i] = static_cast<uint8_t>(value);
   }

@@ -70,11 +70,10 @@ Shapes shapesOf(const LUMEN_TEST_FailedCase& failed) {
     if (images[i].isWritten || images[i].extent) continue;
     // Only the size that the call is given is declared.
     const LUMEN_TEST_Extent region = images[i].region(c.width, c.height);
-    // They are no larger than the place.
-    if (region.rowElements != shapes.image[i].width) {
-      shapes.image[i].regionWidth = static_cast<size_t>(region.rowElements);
-    }
-    if (region.rows != place.rows) shapes.image[i].regionRows = static_cast<size_t>(region.rows);
+    const auto width = static_cast<size_t>(region.rowElements);
+    const auto rows = static_cast<size_t>(region.rows);
+    if (width != shapes.image[i].width) shapes.image[i].regionWidth = width;
+    if (rows != place.rows) shapes.image[i].regionRows = rows;
   }
   if (!keepStrides(failed, shapes)) {
     shapes.lose("strides");

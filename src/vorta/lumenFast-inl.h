@@ -14,6 +14,8 @@
 
 #include <hwy/highway.h>
 
+#include <cstring>
+
 #include "cpu/lumenFastArc.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -21,6 +23,8 @@ namespace lumen {
 namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
+
+using FastTag = hn::ScalableTag<uint8_t>;
 
 // The largest of the smallest elements of each arc of kArc of `v`, or the other way round. Arcs
 // that begin one place apart share all but one pixel at each end, and all arcs share runs of 8.
@@ -55,22 +59,12 @@ struct SmallerOf {
   }
 };
 
-// By how much the barrier can grow until a pixel is no corner: the least difference of the best
-// arc, 0 where there is none.
+// By how much the barrier can grow until a pixel is no corner, for the corners among the pixels
+// from `p` on; 0 for the other pixels. Of two opposite pixels each arc has one: where too few of
+// these are bright or dark enough, first of four and then of eight, no lane is a corner. Most
+// vectors that hold corners hold bright ones or dark ones only.
 template <int kArc, class D, class V = hn::Vec<D>>
-HWY_INLINE V Strength(V centre, const V (&circle)[LUM_CIRCLE]) {
-  const V bright = BestArc<kArc>(circle, SmallerOf(), LargerOf());
-  const V dark = BestArc<kArc>(circle, LargerOf(), SmallerOf());
-  return hn::Max(hn::SaturatedSub(bright, centre), hn::SaturatedSub(centre, dark));
-}
-
-// The places of the corners among the pixels from `p` on, a bit for each lane; `strength` has that
-// of each corner. Of two opposite pixels each arc has one: where too few of these are bright or
-// dark enough, first of four and then of eight, no lane is a corner.
-template <int kArc, class D>
-HWY_INLINE uint64_t CornersAt(D d, const uint8_t* p, ptrdiff_t stride, uint8_t barrier,
-                              uint8_t* strength) {
-  using V = hn::Vec<D>;
+HWY_INLINE bool HasCorners(D d, const uint8_t* p, ptrdiff_t stride, uint8_t barrier, V& strength) {
   const V limit = hn::Set(d, barrier), centre = hn::LoadU(d, p), zero = hn::Zero(d);
   const V above = hn::SaturatedAdd(centre, limit), below = hn::SaturatedSub(centre, limit);
   V v[LUM_CIRCLE];
@@ -85,24 +79,33 @@ HWY_INLINE uint64_t CornersAt(D d, const uint8_t* p, ptrdiff_t stride, uint8_t b
     bright = isFirst ? brighter : hn::Min(bright, brighter);
     dark = isFirst ? darker : hn::Max(dark, darker);
   };
-  const auto isNone = [&]() HWY_ATTR {
-    const V beyond = hn::Or(hn::SaturatedSub(bright, above), hn::SaturatedSub(below, dark));
-    return hn::AllTrue(d, hn::Eq(beyond, zero));
-  };
+  const auto isNone = [&](V beyond) HWY_ATTR { return hn::AllTrue(d, hn::Eq(beyond, zero)); };
   look(0, true);
   look(4, false);
-  if (isNone()) return 0;
+  if (isNone(hn::Or(hn::SaturatedSub(bright, above), hn::SaturatedSub(below, dark)))) return false;
   look(2, false);
   look(6, false);
-  if (isNone()) return 0;
+  const bool anyBright = !isNone(hn::SaturatedSub(bright, above));
+  const bool anyDark = !isNone(hn::SaturatedSub(below, dark));
+  if (!anyBright && !anyDark) return false;
   for (int i = 1; i < 8; i += 2) {
     load(i);
     load(i + 8);
   }
-  const V best = Strength<kArc, D>(centre, v);
-  hn::StoreU(best, d, strength);
+  V best = zero;
+  if (anyBright) best = hn::SaturatedSub(BestArc<kArc>(v, SmallerOf(), LargerOf()), centre);
+  if (anyDark) {
+    best = hn::Max(best, hn::SaturatedSub(centre, BestArc<kArc>(v, LargerOf(), SmallerOf())));
+  }
+  strength = hn::IfThenElseZero(hn::Gt(best, limit), best);
+  return !isNone(strength);
+}
+
+// The lanes that are not 0, a bit each.
+template <class D>
+HWY_INLINE uint64_t BitsOf(D d, hn::Vec<D> v) {
   uint64_t bits = 0;
-  hn::StoreMaskBits(d, hn::Gt(best, limit), reinterpret_cast<uint8_t*>(&bits));
+  hn::StoreMaskBits(d, hn::Gt(v, hn::Zero(d)), reinterpret_cast<uint8_t*>(&bits));
   return bits;
 }
 
@@ -130,13 +133,16 @@ template <int kArc, class D>
 HWY_INLINE bool FindInRow(D d, uint32_t y, uint32_t begin, uint32_t end, FastOutput& out) {
   const uint32_t N = static_cast<uint32_t>(hn::Lanes(d));
   const uint8_t* row = out.search.src + size_t{y} * out.search.stride;
+  const auto stride = static_cast<ptrdiff_t>(out.search.stride);
   const auto barrier = static_cast<uint8_t>(out.search.barrier);
   HWY_ALIGN uint8_t strength[hn::MaxLanes(d)];
+  hn::Vec<D> strengths = hn::Zero(d);
   for (uint32_t x = begin; x < end; x += N) {
     const uint32_t at = end - x < N ? end - N : x;
-    uint64_t bits =
-        CornersAt<kArc>(d, row + at, static_cast<ptrdiff_t>(out.search.stride), barrier, strength);
-    for (bits &= ~uint64_t{0} << (x - at); bits != 0; bits &= bits - 1) {
+    if (!HasCorners<kArc>(d, row + at, stride, barrier, strengths)) continue;
+    hn::Store(strengths, d, strength);
+    for (uint64_t bits = BitsOf(d, strengths) & ~uint64_t{0} << (x - at); bits != 0;
+         bits &= bits - 1) {
       const auto lane = static_cast<uint32_t>(__builtin_ctzll(bits));
       if (!out.Add(at + lane, y, strength[lane] - 1u)) return false;
     }
@@ -172,7 +178,7 @@ void FindFast(const lumFastSearch& search, const lumFastMask* mask, uint32_t* sc
     }
     return;
   }
-  const hn::ScalableTag<uint8_t> d;
+  const FastTag d;
   const hn::CappedTag<uint8_t, 16> dShort;
   const uint32_t begin = search.border, end = search.width - search.border;
   ptrdiff_t offsets[LUM_CIRCLE];
@@ -186,12 +192,133 @@ void FindFast(const lumFastSearch& search, const lumFastMask* mask, uint32_t* sc
   *search.count = out.count;
 }
 
-// Finds in the work area, where there is one, and copies the corners that no neighbour is as strong
-// as. A capacity of 0 finds one corner, for which there is no room in it.
+// Suppression as corners are found: three rows of strengths, 0 where there is no corner, so that a
+// vector of corners is held against its eight neighbours at once. Row y can be done when row y + 1
+// has been searched.
+template <int kArc>
+class SuppressedSearch {
+ public:
+  static constexpr uint32_t kWidest = 8192;
+
+  // The rows must be a vector long at least, the barrier one that vectors can do.
+  SuppressedSearch(const lumFastSearch& search, const lumFastMask* mask, uint32_t* scores)
+      : search_(search), out_{search, nullptr, {}, scores, 0}, mask_(mask) {
+    if (mask) scale_ = lumFastScaleOf(*mask, search.width, search.height);
+    for (auto& row : strength_) std::memset(row, 0, search.width);
+  }
+
+  HWY_INLINE void Run() {
+    *search_.count = 0;
+    if (mask_ && !scale_.isKnown) return;
+    const uint32_t first = search_.border, end = search_.height - search_.border;
+    for (uint32_t y = first; y < end; ++y) {
+      const bool goesOn = FindIn(y);
+      if (y > first) KeepFrom(y - 1);
+      if (goesOn && y + 1 < end) continue;
+      std::memset(strength_[(y + 1) % 3], 0, search_.width);
+      KeepFrom(y);
+      break;
+    }
+    *search_.count = out_.count;
+  }
+
+ private:
+  static constexpr uint32_t kLanes = static_cast<uint32_t>(hn::MaxLanes(FastTag()));
+
+  uint32_t end() const { return search_.width - search_.border; }
+  uint32_t placeOf(uint32_t x) const { return end() - x < kLanes ? end() - kLanes : x; }
+
+  // Writes the strengths of row y; false when its last corner is the last of all.
+  HWY_INLINE bool FindIn(uint32_t y) {
+    const FastTag d;
+    const uint8_t* row = search_.src + size_t{y} * search_.stride;
+    uint8_t* const strength = strength_[y % 3];
+    uint64_t* bitsOf = bits_[y % 2];
+    const auto stride = static_cast<ptrdiff_t>(search_.stride);
+    const auto barrier = static_cast<uint8_t>(search_.barrier);
+    hn::Vec<FastTag> strengths = hn::Zero(d);
+    bool goesOn = true;
+    for (uint32_t x = search_.border; x < end(); x += kLanes, ++bitsOf) {
+      const uint32_t at = placeOf(x);
+      uint64_t bits = 0;
+      if (goesOn && HasCorners<kArc>(d, row + at, stride, barrier, strengths)) {
+        bits = BitsOf(d, strengths) & ~uint64_t{0} << (x - at);
+      } else {
+        strengths = hn::Zero(d);
+      }
+      if (x == at && !mask_) {
+        hn::StoreU(strengths, d, strength + at);
+      } else {  // not over what the vector before has left out
+        HWY_ALIGN uint8_t lanes[kLanes];
+        hn::Store(strengths, d, lanes);
+        for (uint32_t lane = x - at; lane < kLanes; ++lane) {
+          const bool isOut =
+              (bits >> lane & 1) && mask_ && lumFastIsMasked(*mask_, scale_, at + lane, y);
+          if (isOut) bits &= ~(uint64_t{1} << lane);
+          strength[at + lane] = isOut ? uint8_t{0} : lanes[lane];
+        }
+      }
+      if (bits != 0) goesOn = Count(bits, strength + at);
+      *bitsOf = bits;
+    }
+    return goesOn;
+  }
+
+  // Takes corners away again that the list would have no room for.
+  HWY_INLINE bool Count(uint64_t& bits, uint8_t* strength) {
+    const auto more = static_cast<uint32_t>(hwy::PopCount(bits));
+    if (more < search_.capacity - candidates_) {
+      candidates_ += more;
+      return true;
+    }
+    uint64_t rest = bits;
+    for (; candidates_ < search_.capacity; ++candidates_) rest &= rest - 1;
+    bits &= ~rest;
+    for (; rest != 0; rest &= rest - 1) strength[__builtin_ctzll(rest)] = 0;
+    return false;
+  }
+
+  HWY_INLINE void KeepFrom(uint32_t y) {
+    const FastTag d;
+    const uint8_t* rows[3] = {strength_[(y + 2) % 3], strength_[y % 3], strength_[(y + 1) % 3]};
+    const uint64_t* bitsOf = bits_[y % 2];
+    for (uint32_t x = search_.border; x < end(); x += kLanes, ++bitsOf) {
+      if (*bitsOf == 0) continue;
+      const uint32_t at = placeOf(x);
+      const auto own = hn::LoadU(d, rows[1] + at);
+      auto other = hn::Max(hn::LoadU(d, rows[1] + at - 1), hn::LoadU(d, rows[1] + at + 1));
+      for (const int k : {0, 2}) {
+        other = hn::Max(other, hn::LoadU(d, rows[k] + at));
+        other = hn::Max(other, hn::LoadU(d, rows[k] + at - 1));
+        other = hn::Max(other, hn::LoadU(d, rows[k] + at + 1));
+      }
+      for (uint64_t bits = BitsOf(d, hn::SaturatedSub(own, other)) & *bitsOf; bits != 0;
+           bits &= bits - 1) {
+        const auto lane = static_cast<uint32_t>(__builtin_ctzll(bits));
+        out_.Add(at + lane, y, rows[1][at + lane] - 1u);
+      }
+    }
+  }
+
+  const lumFastSearch& search_;
+  FastOutput out_;
+  const lumFastMask* const mask_;
+  lumFastMaskScale scale_ = {};
+  uint32_t candidates_ = 0;
+  uint64_t bits_[2][kWidest / kLanes];  // of each vector of two rows
+  uint8_t strength_[3][kWidest];
+};
+
+// A capacity of 0 finds one corner, which has no neighbour. What the vectors above cannot do goes
+// through the work area.
 template <int kArc>
 void FindFastScored(lumFastSearch search, const lumFastMask* mask, uint32_t* scores,
                     uint32_t* tempBuf) {
   if (!tempBuf || search.capacity == 0) return FindFast<kArc>(search, mask, scores);
+  if (search.width <= SuppressedSearch<kArc>::kWidest && search.barrier >= 0 &&
+      search.barrier < 255 && search.width - 2 * search.border >= hn::Lanes(FastTag())) {
+    return SuppressedSearch<kArc>(search, mask, scores).Run();
+  }
   const lumFastWork work(tempBuf, search.capacity);
   uint32_t* const xy = search.xy;
   search.xy = work.xy;
