@@ -307,7 +307,10 @@ void lumHarrisGoodFeatures(lumHarrisScan* scan, const lumHarrisArguments& argume
   const lumScratch<uint32_t> taken(
       lumScratchBytes((spaced ? distances.cells() : 1) * sizeof(uint32_t)));
   LUM_HARRIS_REQUIRE(taken);
-  if (spaced) std::memset(taken.data(), 0, distances.cells() * sizeof(uint32_t));
+  // What has been allocated fits a size_t.
+  if (spaced) {
+    std::memset(taken.data(), 0, static_cast<size_t>(distances.cells() * sizeof(uint32_t)));
+  }
 
   // A heap, since the list is often full long before the weakest candidate's turn.
   const auto weaker = [](const Find& a, const Find& b) {
