@@ -364,15 +364,14 @@ HWY_INLINE void StorePacked4(VBytes c0, VBytes c1, VBytes c2, VBytes c3, uint8_t
   hn::StoreInterleaved4(c0, c1, c2, c3, Bytes(), dst);
 }
 HWY_INLINE Three<Plane> LoadPacked3(const uint8_t* src) {
-  Three<Plane> c;
-  hn::LoadInterleaved3(Bytes(), src, c.c0.v, c.c1.v, c.c2.v);
-  return c;
+  VBytes c0, c1, c2;  // a structure's own constructor is not for the instruction set
+  hn::LoadInterleaved3(Bytes(), src, c0, c1, c2);
+  return {{c0}, {c1}, {c2}};
 }
 HWY_INLINE Three<Plane> LoadPacked4(const uint8_t* src) {
-  Three<Plane> c;
-  VBytes c3;
-  hn::LoadInterleaved4(Bytes(), src, c.c0.v, c.c1.v, c.c2.v, c3);
-  return c;
+  VBytes c0, c1, c2, c3;
+  hn::LoadInterleaved4(Bytes(), src, c0, c1, c2, c3);
+  return {{c0}, {c1}, {c2}};
 }
 
 #endif
