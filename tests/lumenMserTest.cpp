@@ -104,7 +104,6 @@ TEST(Mser, RefusesSmallHandles) {
 }
 
 TEST(MserDeathTest, EndsTheProcessOnParametersOutsideTheirRange) {
-  testing::FLAGS_gtest_death_test_style = "threadsafe";
   const auto ends = [](uint32_t width, const Options& options) {
     EXPECT_EXIT(makeHandle(width, 60, options), testing::ExitedWithCode(1),
                 "E/lumen_lib_log: .*@[0-9]+: \\( \\( pHandle->nStride&\\(32-1\\)\\) == 0 \\) && .* "
