@@ -20,7 +20,7 @@ from unittest import mock
 TOOLS = Path(__file__).resolve().parents[1]
 sys.path[:0] = [str(TOOLS), str(TOOLS / "tests")]
 
-from lumentestdata import cli, profiling, tree  # noqa: E402
+from lumentestdata import cli, photographs, profiling, tree  # noqa: E402
 from reader import TYPES, Buffer, Number, converted, read_buffer, read_table  # noqa: E402
 
 DATA = TOOLS.parent / "testdata"
@@ -305,6 +305,12 @@ class Tool(unittest.TestCase):
         self.assertEqual(status, 1)
         self.assertIn("at most 1000000", output)
         self.assertEqual(list(self.directory.iterdir()), [])
+
+    def test_another_photograph_is_refused(self) -> None:
+        with mock.patch.dict(photographs.SHA256, {"coffee.pgm": "0" * 64}):
+            status, output = self.run_tool("--check", DATA)
+        self.assertEqual(status, 1)
+        self.assertIn("coffee.pgm is not the photograph", output)
 
     def test_profiling_of_shipped_resolutions_makes_no_other_files(self) -> None:
         self.assertEqual(self.run_tool("--output", self.directory, "--profiling", 3)[0], 0)
