@@ -247,6 +247,17 @@ TEST(TestExtras, ListWhatWouldRun) {
   EXPECT_EQ(runLumenTest(LUMEN_TEST_DATA " --list --filter=none --strict").status, 1);
 }
 
+TEST(TestExtras, FailACaseThatNothingMeets) {
+  const std::string words = LUMEN_TEST_DATA " -s 1 --case=lumAbsDiffu8/V/sweep/w5h1/random/0";
+  EXPECT_EQ(runLumenTest(words + " -t 4").status, 0);
+  for (const char* elsewhere : {" -t 2", " -m MEM", " -m ABSDIFF -f lumAbsDiffs32"}) {
+    const ProgramRun run = runLumenTest(words + elsewhere);
+    EXPECT_EQ(run.status, 1) << elsewhere;
+    EXPECT_THAT(run.err, HasSubstr("ERROR: case 'lumAbsDiffu8/V/sweep/w5h1/random/0' is of no "
+                                   "function and slot of this run"));
+  }
+}
+
 // On a terminal a line says what is going on; nothing is left of it where a log record begins.
 TEST(TestExtras, ShowProgressOnATerminalAlone) {
   const AbsDiffData data;

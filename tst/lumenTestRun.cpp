@@ -193,6 +193,12 @@ int runModules(const LUMEN_TEST_Options& options, const char* dataDirectory, uns
     failed |=
         LUMEN_TEST_RunModules(LUMEN_TEST_MODULES, options.moduleName, options.loops, dataDirectory);
   }
+  // A case is named to be run: when nothing met it, nothing has passed.
+  if (!extras.caseText.empty() && lumenTestTally.ran == 0 && !extras.list) {
+    lumLog(LUM_LOG_ERROR, LUMEN_TEST_LOG_TAG,
+           "ERROR: case '%s' is of no function and slot of this run", extras.caseText.c_str());
+    return 1;
+  }
   if (!extras.strict) return failed;
   if (lumenTestTally.ran == 0) {
     LUMEN_TEST_LogFault("nothing was selected");
