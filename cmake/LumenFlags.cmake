@@ -16,6 +16,8 @@ file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/highway)
 file(CREATE_LINK ${LUMEN_HIGHWAY_INCLUDE}/hwy ${PROJECT_BINARY_DIR}/highway/hwy SYMBOLIC)
 add_library(lumen_highway INTERFACE)
 target_include_directories(lumen_highway SYSTEM INTERFACE ${PROJECT_BINARY_DIR}/highway)
+# Its assertions, which sanitizers would turn on, need its library.
+target_compile_definitions(lumen_highway INTERFACE HWY_IS_DEBUG_BUILD=0)
 
 # The instruction sets that vector files are compiled for. On x86-64 they are SSE4, AVX2 and AVX-512,
 # with SSE4 in the place of what the compiler's flags allow everywhere; the library asks the

@@ -131,6 +131,11 @@ class lumEntry<Result(Args...)> {
 #define LUM_ENTRY(name) \
   lumEntry<decltype(name)>(LUM_FUNC_TABLE.name, LUM_IMPL_INDEX[LUM_FN_##name], #name)
 
+// The same of a function with a row in the internal table.
+#define LUM_INTERNAL_ENTRY(name)                         \
+  lumEntry<decltype(name)>(LUM_INTERNAL_FUNC_TABLE.name, \
+                           LUM_INTERNAL_IMPL_INDEX[LUM_INTERNAL_FN_##name], #name)
+
 // Returns from the public function unless the condition holds; the log quotes its text.
 #define LUM_CHECK(entry, condition)                                 \
   do {                                                              \

@@ -4,9 +4,16 @@
 #ifndef LUMEN_ROUTINES_H
 #define LUMEN_ROUTINES_H
 
+#include "lumenRoutineTypes.h"
 #include "lumenTable.h"
 
 inline constexpr uint32_t LUM_ROUTINE_COUNT = 71;
+
+#define LUM_ROUTINE_C(slot, name, type) extern "C" type name##C;
+#define LUM_ROUTINE_CV(slot, name, type) \
+  extern "C" type name##C;               \
+  extern const lumVectorSet<type> name##V;
+#include "lumenRoutines.def"
 
 struct lumRoutineTable {
 #define LUM_ROUTINE(slot, name) lumAnyFunction name;

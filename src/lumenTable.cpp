@@ -35,6 +35,9 @@ void uCTable(LUM_IMPL column) {
 void uVTable(LUM_IMPL column) {
 #define LUM_ROW_CV(row, name) LUM_FUNC_TABLE.name.column[column] = lumBestOf(name##V, name##C);
 #include "lumenFunctions.def"
+#define LUM_INTERNAL_CV(row, name, type) \
+  LUM_INTERNAL_FUNC_TABLE.name.column[column] = lumBestOf(name##V, name##C);
+#include "lumenInternal.def"
 }
 
 // The entries of the reserved rows and of lumRegisterBuf keep what the shared build has put there.
@@ -50,6 +53,8 @@ void uCIndex() {
 void uVIndex() {
 #define LUM_ROW_CV(row, name) LUM_IMPL_INDEX[row] = LUM_IMPL_VORTA;
 #include "lumenFunctions.def"
+#define LUM_INTERNAL_CV(row, name, type) LUM_INTERNAL_IMPL_INDEX[row] = LUM_IMPL_VORTA;
+#include "lumenInternal.def"
 }
 
 void uCRoutines() {

@@ -33,6 +33,19 @@ struct lumRow {
   F* column[LUM_IMPL_COUNT];
 };
 
+// Functions that the shared build knows by another name: declared for their type, never defined.
+extern "C" {
+decltype(lumMserExtNN8u8) lumMserExtNN8u8ST;
+decltype(lumMserExtu8) lumMserExtu8FxpST;
+decltype(lumMserExtu8_v2) lumMserExtu8_v2ST;
+decltype(lumMserExtu8_v3) lumMserExtu8_v3ST;
+decltype(lumMserInit) lumMserInitFxp;
+decltype(lumMserNN8u8) lumMserNN8u8ST;
+decltype(lumMserRelease) lumMserReleaseFxp;
+decltype(lumMseru8) lumMseru8FxpST;
+decltype(lumMseru8_v2) lumMseru8_v2ST;
+}
+
 // LUM_FUNC_TABLE.lumAbsDiffu8 is that function's row and takes pointers of its type only. In memory
 // the whole is an array of LUM_ROW_COUNT x LUM_IMPL_COUNT pointers, as the shared build sees it.
 struct lumFuncTable {
@@ -48,10 +61,11 @@ static_assert(sizeof(lumFuncTable) == LUM_ROW_COUNT * LUM_IMPL_COUNT * sizeof(lu
 #include "lumenFunctions.def"
 
 // Functions that only the library itself calls through the dispatch: the clock of the digital
-// signal processor at the start (0) or end (1) of a call, and the announcement of a buffer to
-// remote units.
+// signal processor at the start (0) or end (1) of a call, the announcement of a buffer to remote
+// units, and the colour conversions that turn an image by 180 degrees.
 using lumProbeZ6Time = uint64_t(int end, unsigned int clockDivisor);
 using lumRegisterBuffer = int32_t(const void* data, uint32_t bytes);
+using lumTurnedColor = decltype(lumColorYUV420toRGB565u8Rotate180);
 
 #define LUM_INTERNAL_C(row, name, type) extern "C" type name##C;
 #include "lumenInternal.def"
@@ -118,6 +132,8 @@ struct lumVectorSet {
   extern "C" decltype(name) name##C; \
   extern const lumVectorSet<decltype(name)> name##V;
 #include "lumenFunctions.def"
+#define LUM_INTERNAL_CV(row, name, type) extern const lumVectorSet<type> name##V;
+#include "lumenInternal.def"
 
 // What a row has got, for reports and for tests that walk the table.
 enum class lumRowState : uint8_t { reserved, pending, reference, vector };
@@ -135,6 +151,7 @@ inline constexpr lumRowInfo LUM_ROW_INFO[LUM_ROW_COUNT] = {
 inline constexpr lumRowInfo LUM_INTERNAL_ROW_INFO[LUM_INTERNAL_ROW_COUNT] = {
 #define LUM_INTERNAL_PENDING(row, name) {#name, lumRowState::pending},
 #define LUM_INTERNAL_C(row, name, type) {#name, lumRowState::reference},
+#define LUM_INTERNAL_CV(row, name, type) {#name, lumRowState::vector},
 #include "lumenInternal.def"
 };
 

@@ -22,9 +22,10 @@
 // A kernel of the type that the public function has.
 #define LUM_KERNEL(name) constexpr decltype(::name)* name
 
-// The kernels of all instruction sets, at global scope.
-#define LUM_VECTOR(name)                                   \
-  constinit const lumVectorSet<decltype(name)> name##V = { \
+// The kernels of all instruction sets, at global scope: of a row, and of a shared inner routine.
+#define LUM_VECTOR(name) LUM_VECTOR_OF(decltype(name), name)
+#define LUM_VECTOR_OF(type, name)                \
+  constinit const lumVectorSet<type> name##V = { \
       {LUM_SSE4(name), LUM_AVX2(name), LUM_AVX512(name), LUM_NEON(name)}}
 
 #if HWY_TARGETS & HWY_SSE4

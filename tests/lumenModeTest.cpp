@@ -55,6 +55,8 @@ TEST(Mode, SelectsEachRowAnew) {
     EXPECT_THAT(LUM_IMPL_INDEX, testing::ElementsAreArray(expected));
     std::vector<uint32_t> internal(LUM_INTERNAL_ROW_COUNT, LUM_IMPL_CPU);
     internal[LUM_INTERNAL_FN_lumRegisterBuf] = 6;
+    internal[LUM_INTERNAL_FN_lumColorRGB888ToRGB565Rotate180u8] = test.impl;
+    internal[LUM_INTERNAL_FN_lumColorYUV420toRGB565u8Rotate180] = test.impl;
     EXPECT_THAT(LUM_INTERNAL_IMPL_INDEX, testing::ElementsAreArray(internal));
     for (const lumBuiltRow& built : lumBuiltRows()) {
       EXPECT_EQ(lumTableCell(built.row, LUM_IMPL_CPU), built.reference);

@@ -39,9 +39,16 @@ Split split(unsigned int slot, const Counts& counts) {
   return split;
 }
 
+// A row may have an ending that its public function lacks.
+bool isRowOf(std::string_view row, std::string_view function) {
+  if (!row.starts_with(function)) return false;
+  row.remove_prefix(function.size());
+  return row.empty() || row == "ST" || row == "FxpST";
+}
+
 uint32_t rowOf(std::string_view function) {
   uint32_t row = 0;
-  while (row < LUM_ROW_COUNT && LUM_ROW_INFO[row].name != function) ++row;
+  while (row < LUM_ROW_COUNT && !isRowOf(LUM_ROW_INFO[row].name, function)) ++row;
   return row;
 }
 

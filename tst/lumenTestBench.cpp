@@ -65,8 +65,10 @@ struct Images {
     if (!isUsable) return;
     LUMEN_TEST_Random random(kSeed);  // the same contents in every kind of memory
     for (size_t i = 0; i < description.images.size(); ++i) {
-      if (!description.images[i].isWritten)
-        fill(description.images[i].type, testCase.bytes(i), random);
+      const LUMEN_TEST_Image& image = description.images[i];
+      if (!image.isWritten && !testCase.fillForTiming(i, random)) {
+        fill(image.type, testCase.bytes(i), random);
+      }
       blocks.push_back(testCase.bytes(i));
     }
   }

@@ -10,6 +10,7 @@
 
 #include "lumenTestBuffer.h"
 #include "lumenTestDescription.h"
+#include "lumenTestRandom.h"
 #include "lumenTestScript.h"
 
 // Where a control script is in the data directory.
@@ -46,8 +47,12 @@ class LUMEN_TEST_Case {
   // when there is no memory.
   bool shape(uint32_t width, uint32_t height);
 
+  // Fills an input whose contents matter for its time; false for others.
+  bool fillForTiming(size_t image, LUMEN_TEST_Random& random);
+
   // Makes the images of a profiling run without a script: 320 x 240 pixels, of which as many bytes
-  // of each input are 255 and the rest 0. False when there is no memory.
+  // of each input are 255 and the rest 0, or what is timed of an input that says so. False when
+  // there is no memory.
   bool shapeForProfiling();
 
   // Shapes each output like its reference and takes the call's arguments from the buffers. A row
@@ -71,7 +76,11 @@ class LUMEN_TEST_Case {
   void flush() const;
 
  private:
+  bool shapeLike(size_t image, LUMEN_TEST_Extent all, LUMEN_TEST_Extent region);
+  bool takeSize();
   bool takeArguments();
+  bool isHeld(size_t image) const;
+  void overlookRest(size_t image);
 
   const LUMEN_TEST_Description& description_;
   const lumMemOption option_;

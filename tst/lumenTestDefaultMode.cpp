@@ -1,6 +1,9 @@
 #include "lumenTestDefaultMode.h"
 
 #include "lumenTestLog.h"
+#include "lumenTestModule.h"
+
+LUMEN_TEST_UnitOnly unitTest_lumColorYUV420toRGB565u8Rotate180;
 
 // All run in slot 0, the C reference. To build a test, write its call (as the comment says) in the
 // place of null:  {"unitTest_x", [](const char* dir) { return unitTest_x("x", dir, 0, ...); }},
@@ -16,7 +19,11 @@ const LUMEN_TEST_DefaultModeTest LUMEN_TEST_DEFAULT_MODE_TESTS[LUMEN_TEST_DEFAUL
         // "lumSumOfSquaredDiffs36x4s8", tolerance 1e-6
         {"unitTest_lumSumOfSquaredDiffs36x4s8", nullptr},
         // "lumColorYUV420toRGB565u8Rotate180", tolerance 0
-        {"unitTest_lumColorYUV420toRGB565u8Rotate180", nullptr},
+        {"unitTest_lumColorYUV420toRGB565u8Rotate180",
+         [](const char* dataDirectory) {
+           return unitTest_lumColorYUV420toRGB565u8Rotate180("lumColorYUV420toRGB565u8Rotate180",
+                                                             dataDirectory, 0, 0);
+         }},
 };
 
 int LUMEN_TEST_CheckDefaultMode(std::span<const LUMEN_TEST_DefaultModeTest> tests,

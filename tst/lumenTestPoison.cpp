@@ -31,11 +31,15 @@ std::optional<int64_t> firstDifference(const Bytes& a, const Bytes& b, size_t fr
   return static_cast<int64_t>(found - a.begin()) - static_cast<int64_t>(kMargin);
 }
 
+// Among the bytes of pixels from number `from` to number `to`.
 std::optional<int64_t> differenceInPixels(const LUMEN_TEST_Layout::Image& place, const Bytes& a,
-                                          const Bytes& b) {
+                                          const Bytes& b, size_t from = 0, size_t to = SIZE_MAX) {
   for (size_t y = 0; y < place.rows; ++y) {
-    const size_t row = kMargin + y * place.stride;
-    if (const auto offset = firstDifference(a, b, row, row + place.rowBytes)) return offset;
+    const size_t row = kMargin + y * place.stride, before = y * place.rowBytes;
+    const size_t begin = std::clamp(from, before, before + place.rowBytes) - before;
+    const size_t end = std::clamp(to, before, before + place.rowBytes) - before;
+    if (begin >= end) continue;
+    if (const auto offset = firstDifference(a, b, row + begin, row + end)) return offset;
   }
   return {};
 }
@@ -54,6 +58,7 @@ std::optional<int64_t> differenceOutside(const LUMEN_TEST_Layout::Image& place, 
 // The case's images before and after its call, under one filling.
 struct Run {
   Bytes before[LUMEN_TEST_MAX_IMAGES], after[LUMEN_TEST_MAX_IMAGES];
+  size_t meaningful[LUMEN_TEST_MAX_IMAGES] = {};  // bytes of images that are written
 };
 
 class Poison {
@@ -98,25 +103,45 @@ class Poison {
       if (const auto offset = inBothRuns(differenceOutside)) {
         add(findings, i, place, *offset, "written outside the image");
       }
-      if (!description_.images[i].isWritten && !isReplaced(layout, i)) {
-        if (const auto offset = inBothRuns(differenceInPixels)) {
+      const size_t written = writerOf(layout, i);
+      const auto inPixels = [](const auto& image, const Bytes& a, const Bytes& b) {
+        return differenceInPixels(image, a, b);
+      };
+      if (!description_.images[written].isWritten) {
+        if (const auto offset = inBothRuns(inPixels)) {
           add(findings, i, place, *offset, "input changed");
         }
-      } else if (const auto offset = differenceInPixels(place, first.after[i], second.after[i])) {
+        continue;
+      }
+      const size_t meaningful = first.meaningful[written];
+      const auto behindThem = [&](const auto& image, const Bytes& a, const Bytes& b) {
+        return differenceInPixels(image, a, b, meaningful);
+      };
+      if (const auto offset =
+              differenceInPixels(place, first.after[i], second.after[i], 0, meaningful)) {
         Run third;
         call(c, layout, kThird, third);
         add(findings, i, place, *offset,
             reasonOf(first.after[i], second.after[i], third.after[i], *offset));
+      } else if (isRestKept(written)) {
+        if (const auto rest = inBothRuns(behindThem)) {
+          add(findings, i, place, *rest, "written behind what means something");
+        }
       }
     }
     return findings;
   }
 
-  static bool isReplaced(const LUMEN_TEST_Layout& layout, size_t index) {
+  // The image that takes the place of this one, or itself.
+  static size_t writerOf(const LUMEN_TEST_Layout& layout, size_t index) {
     for (size_t i = 0; i < LUMEN_TEST_MAX_IMAGES; ++i) {
-      if (i != index && layout.image[i].rows > 0 && layout.image[i].memoryOf == index) return true;
+      if (i != index && layout.image[i].rows > 0 && layout.image[i].memoryOf == index) return i;
     }
-    return false;
+    return index;
+  }
+
+  bool isRestKept(size_t index) const {
+    return !description_.images[index].isScratch && !description_.images[index].isRestFree;
   }
 
   // Why a byte of a result is not the same under the two fillings.
@@ -144,7 +169,12 @@ class Poison {
     LUMEN_TEST_FillInputs(description_, c, layout, arguments);
     for (size_t i = 0; i < description_.images.size(); ++i) run.before[i] = bytesOf(i);
     description_.call(arguments);
-    for (size_t i = 0; i < description_.images.size(); ++i) run.after[i] = bytesOf(i);
+    for (size_t i = 0; i < description_.images.size(); ++i) {
+      run.after[i] = bytesOf(i);
+      if (!description_.images[i].isWritten) continue;
+      run.meaningful[i] = static_cast<size_t>(description_.meaningful(i, arguments)) *
+                          description_.images[i].elementSize();
+    }
   }
 
   void add(std::vector<std::string>& findings, size_t index, const LUMEN_TEST_Layout::Image& place,

@@ -35,8 +35,9 @@ void writeCsv(std::ofstream& file, LUMEN_TEST_Type type, const LUMEN_TEST_SavedS
     std::copy_n(rows.data() + y * shape.width * size, shape.width * size,
                 buffer.data() + (y * shape.pitch + shape.left) * size);
   }
-  file << shape.stride << ',' << height << ',' << shape.left << ",0," << shape.width << ','
-       << shape.rows << '\n';
+  file << shape.stride << ',' << height << ',' << shape.left << ",0,"
+       << (shape.regionWidth ? shape.regionWidth : shape.width) << ','
+       << (shape.regionRows ? shape.regionRows : shape.rows) << '\n';
   for (size_t y = 0; y < height; ++y) {
     for (size_t x = 0; x < shape.stride; ++x) {
       if (x > 0) file << ',';

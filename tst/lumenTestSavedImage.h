@@ -17,8 +17,12 @@ struct LUMEN_TEST_SavedShape {
   size_t width, rows;
   size_t pitch, stride;
   size_t left;  // elements before each row
+  // The region that the file declares; 0: all of width and rows.
+  size_t regionWidth = 0, regionRows = 0;
 
-  bool isPacked() const { return pitch == width && stride == width && left == 0; }
+  bool isPacked() const {
+    return pitch == width && stride == width && left == 0 && regionWidth == 0 && regionRows == 0;
+  }
   // Of the buffer.
   size_t height() const;
 };

@@ -131,7 +131,9 @@ bool isIn(uint32_t index, std::span<const LUMEN_TEST_Image> images, bool written
 
 bool LUMEN_TEST_SweepCase::fits(const LUMEN_TEST_Description& description) const {
   const auto images = description.images;
-  if (width == 0 || height == 0 || (uint64_t{misaligned} >> images.size()) != 0) return false;
+  if (!description.sizes.allow(width, height) || (uint64_t{misaligned} >> images.size()) != 0) {
+    return false;
+  }
   if (inPlace) {
     if (!isIn(inPlace->written, images, true) || !isIn(inPlace->read, images, false) ||
         !(images[inPlace->written].inPlaceOf >> inPlace->read & 1)) {

@@ -23,6 +23,7 @@ uint32_t pixelsOfVector(const LUMEN_TEST_Description& description) {
   return static_cast<uint32_t>(kWidestVector / smallest);
 }
 
+// Widths and heights are counted from the least one on, in the function's steps.
 std::vector<uint32_t> widthsOf(const LUMEN_TEST_Description& description) {
   const uint32_t vector = pixelsOfVector(description);
   std::vector<uint32_t> widths;
@@ -44,7 +45,7 @@ uint32_t imageBits(const LUMEN_TEST_Description& description, bool written) {
   return bits;
 }
 
-// Cases of one pixel; layouts that the function cannot be called with are left out.
+// Cases of the least size; layouts that the function cannot be called with are left out.
 Cases layoutsOf(const LUMEN_TEST_Description& description, bool alsoMisaligned) {
   const uint32_t written = imageBits(description, true), read = imageBits(description, false);
   const uint32_t firstRead = read & (~read + 1);
@@ -75,6 +76,10 @@ Cases layoutsOf(const LUMEN_TEST_Description& description, bool alsoMisaligned) 
       layouts.push_back({.readPadding = 1, .inPlace = inPlace});
       if (alsoMisaligned) layouts.push_back({.misaligned = 1u << r, .inPlace = inPlace});
     }
+  }
+  for (Case& layout : layouts) {
+    layout.width = description.sizes.leastWidth;
+    layout.height = description.sizes.leastHeight;
   }
   std::erase_if(layouts, [&](const Case& layout) { return !layout.fits(description); });
   return layouts;
@@ -114,8 +119,8 @@ class List {
       : description_(description), runSeed_(runSeed) {}
 
   void add(uint32_t width, uint32_t height, Case c, const Case& contents) {
-    c.width = width;
-    c.height = height;
+    c.width = description_.sizes.width(width);
+    c.height = description_.sizes.height(height);
     std::copy(std::begin(contents.pattern), std::end(contents.pattern), c.pattern);
     c.scalars = contents.scalars;
     if (!c.fits(description_)) return;
@@ -142,11 +147,16 @@ void addLarge(const LUMEN_TEST_Description& description, const Cases& layouts, L
   constexpr uint64_t kBytes = uint64_t{3} << 20;
   uint64_t bytesOfPixels = 0;  // of 64
   for (const LUMEN_TEST_Image& image : description.images) {
+    if (image.extent) continue;
     bytesOfPixels += image.rowElements(64) * image.elementSize() / image.heightDivisor;
   }
-  const auto pixels = static_cast<uint32_t>(kBytes * 64 / std::max<uint64_t>(bytesOfPixels, 1));
+  if (bytesOfPixels == 0) return;
+  const LUMEN_TEST_Sizes& sizes = description.sizes;
+  const auto pixels = static_cast<uint32_t>(kBytes * 64 / bytesOfPixels / sizes.widthStep);
   constexpr uint32_t kWidth = 1021;
-  for (const Case& layout : layouts) list.add(kWidth, pixels / kWidth + 1, layout, {});
+  for (const Case& layout : layouts) {
+    list.add(kWidth, pixels / kWidth / sizes.heightStep + 1, layout, {});
+  }
   list.add(pixels / 3, 3, {.readPadding = 1, .writtenPadding = 2}, {});
 }
 

@@ -37,13 +37,13 @@ double distance(T a, T b) {
   }
 }
 
-// Calls `visit` for each row of the images that are written, with the place of its packed bytes.
+// Calls `visit` for each row of the images that are compared, with the place of its packed bytes.
 template <class Visit>
 void forWrittenRows(const LUMEN_TEST_Description& description, const LUMEN_TEST_Layout& layout,
                     const LUMEN_TEST_Arguments& arguments, Visit visit) {
   size_t packed = 0;
   for (size_t i = 0; i < description.images.size(); ++i) {
-    if (!description.images[i].isWritten) continue;
+    if (!description.images[i].isCompared()) continue;
     const LUMEN_TEST_Layout::Image& place = layout.image[i];
     for (size_t y = 0; y < place.rows; ++y) {
       visit(i, y, arguments.as<uint8_t>(i) + y * place.stride, packed, place.rowBytes);
@@ -88,13 +88,23 @@ bool flushInputs(const LUMEN_TEST_Description& description, const LUMEN_TEST_Lay
   return any;
 }
 
+// How many bytes of a row mean something.
+size_t meaningfulBytes(const LUMEN_TEST_Description& description, const uint64_t* meaningful,
+                       size_t image, size_t row, size_t rowBytes) {
+  const uint64_t before = uint64_t{row} * rowBytes;
+  const uint64_t all = meaningful[image] * description.images[image].elementSize();
+  return static_cast<size_t>(std::min<uint64_t>(all > before ? all - before : 0, rowBytes));
+}
+
 std::vector<uint8_t> packed(const LUMEN_TEST_Description& description,
-                            const LUMEN_TEST_Layout& layout,
-                            const LUMEN_TEST_Arguments& arguments) {
+                            const LUMEN_TEST_Layout& layout, const LUMEN_TEST_Arguments& arguments,
+                            const uint64_t* meaningful) {
   std::vector<uint8_t> bytes;
   forWrittenRows(description, layout, arguments,
-                 [&](size_t, size_t, const uint8_t* row, size_t, size_t rowBytes) {
-                   bytes.insert(bytes.end(), row, row + rowBytes);
+                 [&](size_t i, size_t y, const uint8_t* row, size_t, size_t rowBytes) {
+                   const size_t kept = meaningfulBytes(description, meaningful, i, y, rowBytes);
+                   bytes.insert(bytes.end(), row, row + kept);
+                   bytes.insert(bytes.end(), rowBytes - kept, uint8_t{0});
                  });
   return bytes;
 }
@@ -154,12 +164,19 @@ std::optional<LUMEN_TEST_Reference> LUMEN_TEST_ReferenceOf(
   LUMEN_TEST_FillOutputs(description, layout, arguments, kUnwritten);
   LUMEN_TEST_FillInputs(description, plain, layout, arguments);
   description.call(arguments);
-  LUMEN_TEST_Reference reference = {packed(description, layout, arguments), {}};
+  LUMEN_TEST_Reference reference;
+  for (size_t i = 0; i < description.images.size(); ++i) {
+    if (!description.images[i].isCompared()) continue;
+    reference.meaningful[i] = description.meaningful(i, arguments);
+  }
+  reference.exact = packed(description, layout, arguments, reference.meaningful);
   if (subnormalsMayBeZero) {
     bool any = flushInputs(description, layout, arguments);
     if (any) description.call(arguments);
     any |= flushOutputs(description, layout, arguments);
-    if (any) reference.withoutSubnormals = packed(description, layout, arguments);
+    if (any) {
+      reference.withoutSubnormals = packed(description, layout, arguments, reference.meaningful);
+    }
   }
   return reference;
 }
@@ -173,6 +190,7 @@ LUMEN_TEST_Mismatch LUMEN_TEST_CompareWithReference(const LUMEN_TEST_Description
   forWrittenRows(description, layout, arguments,
                  [&](size_t i, size_t y, const uint8_t* row, size_t packedAt, size_t rowBytes) {
                    const LUMEN_TEST_Type type = description.images[i].type;
+                   rowBytes = meaningfulBytes(description, reference.meaningful, i, y, rowBytes);
                    const size_t count = rowBytes / LUMEN_TEST_SizeOf(type);
                    mismatch.elements += count;
                    const uint8_t* exact = reference.exact.data() + packedAt;

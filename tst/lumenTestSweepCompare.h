@@ -24,10 +24,12 @@ inline constexpr bool LUMEN_TEST_SUBNORMALS_MAY_BE_ZERO = true;
 inline constexpr bool LUMEN_TEST_SUBNORMALS_MAY_BE_ZERO = false;
 #endif
 
-// What is expected in the images that are written: their rows, packed, image after image.
+// What is expected in the images that are written and are no work areas: their rows, packed, image
+// after image, with zeros for elements that mean nothing.
 struct LUMEN_TEST_Reference {
   std::vector<uint8_t> exact;
   std::vector<uint8_t> withoutSubnormals;  // empty where that is not allowed, or no different
+  uint64_t meaningful[LUMEN_TEST_MAX_IMAGES] = {};  // elements of each image; the others may differ
 };
 
 // Calls the function as the operation mode has it, on packed images in memory of their own; nothing

@@ -5,8 +5,6 @@
 #include <cstring>
 #include <limits>
 
-#include "lumenTestRandom.h"
-
 namespace {
 
 template <class T>
@@ -34,8 +32,43 @@ float randomSubnormal(LUMEN_TEST_Random& random) {
   return floatOf((bits & (kSign | kMantissa)) | exponent << kMantissaBits);
 }
 
+// What the elements of an image may be.
 template <class T>
-T randomValue(LUMEN_TEST_Random& random) {
+struct Range {
+  T least = Limits<T>::lowest(), greatest = Limits<T>::max();
+  bool isWhole = true;
+
+  static Range of(const LUMEN_TEST_Image& image) {
+    if (!image.hasRange()) return {};
+    return {static_cast<T>(image.least), static_cast<T>(image.greatest), false};
+  }
+  T nearest(T value) const { return std::clamp(value, least, greatest); }
+};
+
+template <class T>
+T randomBetween(double least, double greatest, LUMEN_TEST_Random& random) {
+  const double range = greatest - least;
+  if constexpr (std::is_same_v<T, float>) {
+    // In a wide range numbers of all sizes, not nearly only the largest.
+    if (range > 1e6) {
+      return std::clamp(randomFloat(random), static_cast<float>(least),
+                        static_cast<float>(greatest));
+    }
+    constexpr uint64_t kSteps = uint64_t{1} << 24;
+    const double step = static_cast<double>(random.below(kSteps)) / kSteps;
+    return static_cast<float>(std::fma(range, step, least));  // rounded alike everywhere
+  } else {
+    return static_cast<T>(static_cast<int64_t>(least) +
+                          static_cast<int64_t>(random.below(static_cast<uint64_t>(range) + 1)));
+  }
+}
+
+template <class T>
+T randomValue(const Range<T>& range, LUMEN_TEST_Random& random) {
+  if (!range.isWhole) {
+    return randomBetween<T>(static_cast<double>(range.least), static_cast<double>(range.greatest),
+                            random);
+  }
   if constexpr (std::is_same_v<T, float>) return randomFloat(random);
   else return static_cast<T>(random.next());
 }
@@ -72,7 +105,12 @@ struct Rows {
 
 // Through the whole range of an integer type; floats through a range around 0.
 template <class T>
-T rampAt(size_t element, size_t count) {
+T rampAt(const Range<T>& range, size_t element, size_t count) {
+  if (!range.isWhole) {
+    const double part = static_cast<double>(element) / static_cast<double>(count);
+    const auto least = static_cast<double>(range.least);
+    return static_cast<T>(std::fma(static_cast<double>(range.greatest) - least, part, least));
+  }
   if constexpr (std::is_same_v<T, float>) {
     return 0.37f * (static_cast<float>(element) - static_cast<float>(count / 2));
   } else {
@@ -83,30 +121,32 @@ T rampAt(size_t element, size_t count) {
 }
 
 template <class T>
-void fill(const Rows<T>& rows, LUMEN_TEST_Pattern pattern, size_t phase,
+void fill(const Rows<T>& rows, const Range<T>& range, LUMEN_TEST_Pattern pattern, size_t phase,
           LUMEN_TEST_Random& random) {
-  constexpr T kLeast = Limits<T>::lowest(), kGreatest = Limits<T>::max();
+  const T zero = range.nearest(T{});
   switch (pattern) {
     case LUMEN_TEST_Pattern::random:
-      if constexpr (std::is_integral_v<T>) return rows.fillWithBits(random);
-      return rows.fill([&](size_t, size_t) { return randomValue<T>(random); });
+      if constexpr (std::is_integral_v<T>) {
+        if (range.isWhole) return rows.fillWithBits(random);
+      }
+      return rows.fill([&](size_t, size_t) { return randomValue<T>(range, random); });
     case LUMEN_TEST_Pattern::zeros:
-      return rows.fill([](size_t, size_t) { return T{}; });
+      return rows.fill([&](size_t, size_t) { return zero; });
     case LUMEN_TEST_Pattern::max:
-      return rows.fill([](size_t, size_t) { return kGreatest; });
+      return rows.fill([&](size_t, size_t) { return range.greatest; });
     case LUMEN_TEST_Pattern::min:
-      return rows.fill([](size_t, size_t) { return kLeast; });
+      return rows.fill([&](size_t, size_t) { return range.least; });
     case LUMEN_TEST_Pattern::ramp:
       return rows.fill([&](size_t x, size_t y) {
-        return rampAt<T>(y * rows.length + x, rows.length * rows.count);
+        return rampAt<T>(range, y * rows.length + x, rows.length * rows.count);
       });
     case LUMEN_TEST_Pattern::alt:
       return rows.fill(
-          [&](size_t x, size_t y) { return (x + y + phase) % 2 ? kGreatest : kLeast; });
+          [&](size_t x, size_t y) { return (x + y + phase) % 2 ? range.greatest : range.least; });
     case LUMEN_TEST_Pattern::hot: {
       const size_t hot = static_cast<size_t>(random.below(rows.length * rows.count));
       return rows.fill(
-          [&](size_t x, size_t y) { return y * rows.length + x == hot ? kGreatest : T{}; });
+          [&](size_t x, size_t y) { return y * rows.length + x == hot ? range.greatest : zero; });
     }
     case LUMEN_TEST_Pattern::inf:
     case LUMEN_TEST_Pattern::nan:
@@ -115,6 +155,7 @@ void fill(const Rows<T>& rows, LUMEN_TEST_Pattern pattern, size_t phase,
   }
   if constexpr (std::is_same_v<T, float>) {
     rows.fill([&](size_t, size_t) {
+      if (!range.isWhole) return randomValue(range, random);
       if (pattern == LUMEN_TEST_Pattern::sub) return randomSubnormal(random);
       const uint64_t one = random.below(4);
       if (pattern == LUMEN_TEST_Pattern::nan && one == 0) return Limits<float>::quiet_NaN();
@@ -126,28 +167,15 @@ void fill(const Rows<T>& rows, LUMEN_TEST_Pattern pattern, size_t phase,
 }
 
 template <class T>
-T randomScalar(const LUMEN_TEST_Scalar& scalar, LUMEN_TEST_Random& random) {
-  const double range = scalar.greatest - scalar.least;
-  if constexpr (std::is_same_v<T, float>) {
-    // In a wide range numbers of all sizes, not nearly only the largest.
-    if (range > 1e6) {
-      return std::clamp(randomFloat(random), static_cast<float>(scalar.least),
-                        static_cast<float>(scalar.greatest));
-    }
-    constexpr uint64_t kSteps = uint64_t{1} << 24;
-    const double step = static_cast<double>(random.below(kSteps)) / kSteps;
-    return static_cast<float>(std::fma(range, step, scalar.least));  // rounded alike everywhere
-  } else {
-    return static_cast<T>(static_cast<int64_t>(scalar.least) +
-                          static_cast<int64_t>(random.below(static_cast<uint64_t>(range) + 1)));
-  }
-}
-
-template <class T>
 T scalarValue(const LUMEN_TEST_Scalar& scalar, LUMEN_TEST_ScalarChoice choice,
               LUMEN_TEST_Random& random) {
+  const auto values = scalar.values;
   const auto inRange = [&](double value) {
-    return static_cast<T>(std::clamp(value, scalar.least, scalar.greatest));
+    value = std::clamp(value, scalar.least, scalar.greatest);
+    if (values.empty()) return static_cast<T>(value);
+    return static_cast<T>(*std::min_element(values.begin(), values.end(), [&](double a, double b) {
+      return std::fabs(a - value) < std::fabs(b - value);
+    }));
   };
   switch (choice) {
     case LUMEN_TEST_ScalarChoice::least:
@@ -161,8 +189,12 @@ T scalarValue(const LUMEN_TEST_Scalar& scalar, LUMEN_TEST_ScalarChoice choice,
     case LUMEN_TEST_ScalarChoice::random:
       break;
   }
-  return randomScalar<T>(scalar, random);
+  if (!values.empty())
+    return static_cast<T>(values[static_cast<size_t>(random.below(values.size()))]);
+  return randomBetween<T>(scalar.least, scalar.greatest, random);
 }
+
+constexpr size_t kNumbers = 255;
 
 // A sequence of its own for each image and for the numbers.
 LUMEN_TEST_Random randomOf(const LUMEN_TEST_SweepCase& c, size_t part) {
@@ -171,23 +203,30 @@ LUMEN_TEST_Random randomOf(const LUMEN_TEST_SweepCase& c, size_t part) {
 
 }  // namespace
 
-LUMEN_TEST_Arguments LUMEN_TEST_ArgumentsOf(const LUMEN_TEST_Description& description,
-                                            const LUMEN_TEST_SweepCase& c,
-                                            const LUMEN_TEST_Layout& layout,
-                                            uint8_t* const (&image)[LUMEN_TEST_MAX_IMAGES]) {
+LUMEN_TEST_Arguments LUMEN_TEST_NumbersOf(const LUMEN_TEST_Description& description,
+                                          const LUMEN_TEST_SweepCase& c) {
   LUMEN_TEST_Arguments arguments = {};
   arguments.width = c.width;
   arguments.height = c.height;
-  for (size_t i = 0; i < description.images.size(); ++i) {
-    arguments.image[i] = image[i];
-    arguments.stride[i] = layout.image[i].strideArgument;
-  }
-  LUMEN_TEST_Random random = randomOf(c, LUMEN_TEST_MAX_IMAGES);
+  LUMEN_TEST_Random random = randomOf(c, kNumbers);
   for (size_t i = 0; i < description.scalars.size(); ++i) {
     LUMEN_TEST_WithType(description.scalars[i].type, [&](auto value) {
       using T = decltype(value);
       arguments.setValue(i, scalarValue<T>(description.scalars[i], c.scalars, random));
     });
+  }
+  if (description.adjust) description.adjust(arguments);
+  return arguments;
+}
+
+LUMEN_TEST_Arguments LUMEN_TEST_ArgumentsOf(const LUMEN_TEST_Description& description,
+                                            const LUMEN_TEST_SweepCase& c,
+                                            const LUMEN_TEST_Layout& layout,
+                                            uint8_t* const (&image)[LUMEN_TEST_MAX_IMAGES]) {
+  LUMEN_TEST_Arguments arguments = LUMEN_TEST_NumbersOf(description, c);
+  for (size_t i = 0; i < description.images.size(); ++i) {
+    arguments.image[i] = image[i];
+    arguments.stride[i] = layout.image[i].strideArgument;
   }
   return arguments;
 }
@@ -202,8 +241,8 @@ void LUMEN_TEST_FillInput(const LUMEN_TEST_Description& description, const LUMEN
   LUMEN_TEST_Random random = randomOf(c, index);
   LUMEN_TEST_WithType(images[index].type, [&](auto value) {
     using T = decltype(value);
-    fill<T>({first, place.stride, place.rowBytes / sizeof(T), place.rows}, c.pattern[before % 2],
-            before, random);
+    fill<T>({first, place.stride, place.rowBytes / sizeof(T), place.rows},
+            Range<T>::of(images[index]), c.pattern[before % 2], before, random);
   });
 }
 
@@ -222,4 +261,39 @@ void LUMEN_TEST_FillOutputs(const LUMEN_TEST_Description& description,
     if (!description.images[i].isWritten) continue;
     std::memset(arguments.image[i], fill, layout.image[i].bytes);
   }
+}
+
+namespace {
+
+// Slow waves with weak noise, on them rectangles that are brighter or darker.
+void fillWithScene(std::span<uint8_t> bytes, size_t rowElements, LUMEN_TEST_Random& random) {
+  constexpr uint64_t kTile = 24, kLeast = 5;
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    const uint64_t x = i % rowElements, y = i / rowElements;
+    const uint64_t tile = LUMEN_TEST_Mix(x / kTile << 32 | y / kTile);
+    const uint64_t left = tile % 8, top = tile / 8 % 8, inX = x % kTile, inY = y % kTile;
+    const bool isInside = tile >> 63 && inX >= left && inX < left + kLeast + (tile >> 16) % 12 &&
+                          inY >= top && inY < top + kLeast + (tile >> 24) % 12;
+    const auto wave = [](uint64_t at, uint64_t length) {
+      const uint64_t phase = at % (2 * length);
+      return 64 * std::min(phase, 2 * length - phase) / length;
+    };
+    uint64_t value = 40 + wave(x, 310) + wave(y, 170) + random.below(5);
+    if (isInside) value = (tile >> 40) % 160 + 48;
+    bytes[i] = static_cast<uint8_t>(value);
+  }
+}
+
+}  // namespace
+
+bool LUMEN_TEST_FillForTiming(const LUMEN_TEST_Image& image, std::span<uint8_t> bytes,
+                              size_t rowElements, LUMEN_TEST_Random& random) {
+  if (image.isPicture) fillWithScene(bytes, rowElements, random);
+  if (image.isPicture || !image.hasRange()) return image.isPicture;
+  LUMEN_TEST_WithType(image.type, [&](auto value) {
+    using T = decltype(value);
+    fill<T>({bytes.data(), bytes.size(), bytes.size() / sizeof(T), 1}, Range<T>::of(image),
+            LUMEN_TEST_Pattern::random, 0, random);
+  });
+  return true;
 }

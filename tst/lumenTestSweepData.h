@@ -5,8 +5,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
+#include "lumenTestRandom.h"
 #include "lumenTestSweepLayout.h"
+
+// The size and the numbers of the case's call, without images.
+LUMEN_TEST_Arguments LUMEN_TEST_NumbersOf(const LUMEN_TEST_Description& description,
+                                          const LUMEN_TEST_SweepCase& c);
 
 // The arguments of the case's call, its images at the given places.
 LUMEN_TEST_Arguments LUMEN_TEST_ArgumentsOf(const LUMEN_TEST_Description& description,
@@ -27,5 +33,10 @@ void LUMEN_TEST_FillInputs(const LUMEN_TEST_Description& description, const LUME
 void LUMEN_TEST_FillOutputs(const LUMEN_TEST_Description& description,
                             const LUMEN_TEST_Layout& layout, const LUMEN_TEST_Arguments& arguments,
                             uint8_t fill);
+
+// Random elements in the range of an image, or the scene that a picture shows; `bytes` are its rows
+// of `rowElements` without gaps. False for other images.
+bool LUMEN_TEST_FillForTiming(const LUMEN_TEST_Image& image, std::span<uint8_t> bytes,
+                              size_t rowElements, LUMEN_TEST_Random& random);
 
 #endif  // LUMEN_TEST_SWEEP_DATA_H

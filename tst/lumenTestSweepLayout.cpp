@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "lumenTestBuffer.h"
+#include "lumenTestSweepData.h"
 
 namespace {
 
@@ -55,22 +56,37 @@ bool LUMEN_TEST_LayOut(const LUMEN_TEST_Description& description, const LUMEN_TE
     }
     return own;
   };
+  const LUMEN_TEST_Arguments numbers = LUMEN_TEST_NumbersOf(description, c);
+  LUMEN_TEST_Extent extent[LUMEN_TEST_MAX_IMAGES];
   Demand demand[LUMEN_TEST_MAX_IMAGES];
   for (size_t i = 0; i < images.size(); ++i) {
-    const uint64_t row = images[i].rowElements(c.width) * images[i].elementSize();
-    demand[owner(i)].add(row, images[i].elementSize());
+    const LUMEN_TEST_Image& image = images[i];
+    extent[i] = image.extentOf(numbers);
+    if (extent[i].rowElements > LUMEN_TEST_MAX_CASE_BYTES ||
+        extent[i].rows > LUMEN_TEST_MAX_CASE_BYTES) {
+      return false;
+    }
+    demand[owner(i)].add(extent[i].rowElements * image.elementSize(), image.elementSize());
+    // A stride of 0 stands for the row without what it is rounded up by.
+    if (c.strides == LUMEN_TEST_StrideChoice::zero && !image.extent &&
+        image.region(c.width, c.height).rowElements != extent[i].rowElements) {
+      return false;
+    }
   }
   size_t all = 0;
   for (size_t i = 0; i < images.size(); ++i) {
     const size_t of = owner(i);
+    const bool isPacked = images[i].isPacked;
     const uint64_t stride =
-        strideFor(demand[of], c, images[of].isWritten, of, images[of].elementSize());
-    const bool isZero = c.strides == LUMEN_TEST_StrideChoice::zero;
+        isPacked ? extent[i].rowElements * images[i].elementSize()
+                 : strideFor(demand[of], c, images[of].isWritten, of, images[of].elementSize());
+    const bool isZero = c.strides == LUMEN_TEST_StrideChoice::zero && !isPacked;
     if (stride > UINT32_MAX || (isZero && demand[of].shortestRow != stride)) return false;
 
     LUMEN_TEST_Layout::Image& place = layout.image[i];
-    place.rowBytes = static_cast<size_t>(images[i].rowElements(c.width) * images[i].elementSize());
-    place.rows = images[i].rows(c.height);
+    place.rowBytes = static_cast<size_t>(extent[i].rowElements * images[i].elementSize());
+    place.rows = static_cast<uint32_t>(extent[i].rows);
+    place.isPacked = isPacked;
     place.stride = static_cast<size_t>(stride);
     place.strideArgument = isZero ? 0 : static_cast<uint32_t>(stride);
     if (__builtin_mul_overflow(place.stride, size_t{place.rows} - 1, &place.bytes) ||
@@ -85,11 +101,13 @@ bool LUMEN_TEST_LayOut(const LUMEN_TEST_Description& description, const LUMEN_TE
 
 bool LUMEN_TEST_SpreadRows(LUMEN_TEST_Layout& layout, size_t multiple) {
   size_t longest = 0;
-  for (const auto& image : layout.image) longest = std::max(longest, image.rowBytes);
+  for (const auto& image : layout.image) {
+    if (!image.isPacked) longest = std::max(longest, image.rowBytes);
+  }
   const uint64_t stride = roundUp(longest, multiple) + multiple;
   if (stride > UINT32_MAX) return false;
   for (auto& image : layout.image) {
-    if (image.rows == 0) continue;  // there is none
+    if (image.rows == 0 || image.isPacked) continue;  // there is none, or no stride to change
     if (image.strideArgument == 0) return false;
     image.stride = static_cast<size_t>(stride);
     image.strideArgument = static_cast<uint32_t>(stride);

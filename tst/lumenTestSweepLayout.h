@@ -17,6 +17,7 @@ struct LUMEN_TEST_Layout {
     uint32_t strideArgument;  // what the call is given: the stride, or 0
     size_t bytes;             // from the first row's begin to the last one's end
     size_t memoryOf;          // the image that it shares memory with, or itself
+    bool isPacked = false;    // without a stride argument
   };
   Image image[LUMEN_TEST_MAX_IMAGES] = {};
 };

@@ -40,7 +40,7 @@ bool keepStrides(const LUMEN_TEST_FailedCase& failed, Shapes& shapes) {
     shapes.image[i].pitch = shapes.image[i].stride = strideOf(i);
   }
   for (size_t i = 0; i < images.size(); ++i) {
-    if (LUMEN_TEST_StrideOwner(failed.description, i) != i) continue;
+    if (images[i].isPacked || LUMEN_TEST_StrideOwner(failed.description, i) != i) continue;
     const size_t from = scriptStrideOf(failed.description, i);
     shapes.image[from].stride = failed.layout.image[i].stride / images[from].elementSize();
   }
@@ -50,7 +50,7 @@ bool keepStrides(const LUMEN_TEST_FailedCase& failed, Shapes& shapes) {
     if (shape.stride < shape.width || (images[i].isWritten && shape.stride != shape.pitch)) {
       return false;
     }
-    if (LUMEN_TEST_StrideOwner(failed.description, i) != i) continue;
+    if (images[i].isPacked || LUMEN_TEST_StrideOwner(failed.description, i) != i) continue;
     const size_t from = scriptStrideOf(failed.description, i);
     if (shapes.image[from].stride * images[from].elementSize() != failed.layout.image[i].stride) {
       return false;
@@ -67,6 +67,13 @@ Shapes shapesOf(const LUMEN_TEST_FailedCase& failed) {
     const LUMEN_TEST_Layout::Image& place = failed.layout.image[i];
     shapes.image[i].width = place.rowBytes / images[i].elementSize();
     shapes.image[i].rows = place.rows;
+    if (images[i].isWritten || images[i].extent) continue;
+    // Only the size that the call is given is declared.
+    const LUMEN_TEST_Extent region = images[i].region(c.width, c.height);
+    const auto width = static_cast<size_t>(region.rowElements);
+    const auto rows = static_cast<size_t>(region.rows);
+    if (width != shapes.image[i].width) shapes.image[i].regionWidth = width;
+    if (rows != place.rows) shapes.image[i].regionRows = rows;
   }
   if (!keepStrides(failed, shapes)) {
     shapes.lose("strides");
@@ -100,7 +107,7 @@ Bytes referenceRows(const LUMEN_TEST_FailedCase& failed, size_t index) {
   };
   auto at = failed.reference.exact.begin();
   for (size_t i = 0; i < index; ++i) {
-    if (failed.description.images[i].isWritten) at += static_cast<ptrdiff_t>(bytesOf(i));
+    if (failed.description.images[i].isCompared()) at += static_cast<ptrdiff_t>(bytesOf(i));
   }
   return {at, at + static_cast<ptrdiff_t>(bytesOf(index))};
 }
@@ -160,7 +167,8 @@ class Saver {
     const auto images = failed_.description.images;
     for (size_t i = 0; i < images.size(); ++i) {
       const uint32_t channels = images[i].channels;
-      if (!images[i].isWritten || images[i].type != LUMEN_TEST_Type::u8) continue;
+      if (!images[i].isCompared() || images[i].isPacked) continue;
+      if (images[i].type != LUMEN_TEST_Type::u8) continue;
       if (channels != 1 && channels != 3) continue;
       const std::string end = channels == 1 ? ".pgm" : ".ppm";
       const std::string reference = folder_ + stem_ + "-reference" + end;
@@ -192,7 +200,7 @@ class Saver {
     const auto scalars = failed_.description.scalars;
     for (const bool written : {false, true}) {
       for (size_t i = 0; i < images.size(); ++i) {
-        if (images[i].isWritten != written) continue;
+        if (images[i].isWritten != written || images[i].isScratch) continue;
         const LUMEN_TEST_SavedShape& shape = shapes.image[i];
         const std::string name =
             stem_ + "-" + images[i].name + (shape.isPacked() ? ".data" : ".csv");

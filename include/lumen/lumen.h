@@ -5,8 +5,14 @@
 #define LUMEN_H
 
 #include "lumen/lumenArithm.h"
+#include "lumen/lumenColor.h"
+#include "lumen/lumenColorLayout.h"
+#include "lumen/lumenColorRgb.h"
 #include "lumen/lumenControl.h"
+#include "lumen/lumenFast.h"
+#include "lumen/lumenHarris.h"
 #include "lumen/lumenMem.h"
+#include "lumen/lumenMser.h"
 #include "lumen/lumenTypes.h"
 
 #endif  // LUMEN_H

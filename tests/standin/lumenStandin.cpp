@@ -23,7 +23,7 @@ struct Remote<kRow, lumRow<Result(Args...)>> {
     lumStandin.lastRow = kRow;
     if constexpr (kRow < LUM_ROW_COUNT) {
       // The old one has never seen the tables; and a test may want calls that come to nothing.
-      if (!lumStandin.manager || std::getenv("LUM_STANDIN_IDLE")) return;
+      if (!lumStandin.manager || std::getenv("LUM_STANDIN_IDLE")) return Result();
       const auto* rows = reinterpret_cast<lumRow<Result(Args...)>*>(lumStandin.manager->table);
       return rows[kRow].column[LUM_IMPL_CPU](args...);
     } else {

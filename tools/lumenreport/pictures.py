@@ -2,12 +2,11 @@
 
 import base64
 import re
-import struct
-import zlib
 from collections.abc import Iterator
 from dataclasses import dataclass
 from pathlib import Path
 
+import lumenpng
 import numpy as np
 import numpy.typing as npt
 
@@ -22,7 +21,6 @@ _SIZE = _GAP + rb"(\d{1,6})" + _GAP + rb"(\d{1,6})"
 _PNM = re.compile(rb"(P[56])" + _SIZE + _GAP + rb"(\d{1,5})\s")
 
 Pixels = npt.NDArray[np.int32]  # rows, columns, channels: 1 or 3
-Bytes = npt.NDArray[np.uint8]
 
 
 class PictureError(ValueError):
@@ -130,7 +128,7 @@ def _shown(title: str, pixels: Pixels, brightest: int) -> Shown:
     height, width = pixels.shape[:2]
     image = np.rint(np.clip(pixels / brightest, 0, 1) * 255).astype(np.uint8)
     enlarged = min(MAX_ENLARGED, max(1, MAX_SIDE // max(height, width)))
-    uri = "data:image/png;base64," + base64.b64encode(_png(image)).decode("ascii")
+    uri = "data:image/png;base64," + base64.b64encode(lumenpng.encode(image)).decode("ascii")
     return Shown(title, uri, width * enlarged, height * enlarged)
 
 
@@ -143,25 +141,6 @@ def _caption(region: tuple[slice, slice], shape: tuple[int, ...], differing: int
         return f"{width} x {height}: {share}"
     return (f"{width} x {height}: {share}; shown are columns {columns.start} to {columns.stop - 1} "
             f"of rows {rows.start} to {rows.stop - 1}")
-
-
-def _png(pixels: Bytes) -> bytes:
-    height, width, channels = pixels.shape
-    colour_type = 0 if channels == 1 else 2
-    rows = np.zeros((height, 1 + width * channels), np.uint8)  # a filter byte before each row
-    rows[:, 1:] = pixels.reshape(height, -1)
-    chunks = [
-        (b"IHDR", struct.pack(">IIBBBBB", width, height, 8, colour_type, 0, 0, 0)),
-        (b"IDAT", zlib.compress(rows.tobytes(), 9)),
-        (b"IEND", b""),
-    ]
-    return b"\x89PNG\r\n\x1a\n" + b"".join(_chunk(kind, content) for kind, content in chunks)
-
-
-def _chunk(kind: bytes, content: bytes) -> bytes:
-    return struct.pack(">I", len(content)) + kind + content + struct.pack(
-        ">I", zlib.crc32(kind + content)
-    )
 
 
 class Budget:

@@ -3,14 +3,24 @@
 import re
 from pathlib import Path
 
-from . import absdiff, photographs, profiling
+from . import (
+    absdiff,
+    color_layout,
+    color_rgb,
+    color_ycbcr,
+    fast,
+    harris,
+    mser,
+    photographs,
+    profiling,
+)
 from .formats import table
 from .tree import Tree
 
 _FUNCTION_LIST = Path(__file__).parents[2] / "tst" / "lumenTestFunctions.def"
 
 # Each has add_all(tree) and function_names().
-_FAMILIES = (absdiff,)
+_FAMILIES = (absdiff, color_layout, color_rgb, color_ycbcr, fast, harris, mser)
 
 _UNITS = ("C", "Vorta", "ZDSP", "GPU")
 _TEST_TABLE_COLUMNS = [

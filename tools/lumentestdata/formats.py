@@ -11,7 +11,7 @@ from .elements import Array, Storage
 @dataclass(frozen=True)
 class Image:
     """Rows of stored elements. `width` elements of a row are the image, the rest is padding; rows
-    up to `height` that `rows` does not hold are zero."""
+    up to `height` that `rows` does not hold are zero, and rows beyond it are padding too."""
 
     rows: Array
     width: int
@@ -56,7 +56,8 @@ def table(columns: Sequence[tuple[str, str]], rows: Iterable[Sequence[str]]) -> 
 
 
 def _encode_csv(image: Image, storage: Storage) -> bytes:
-    lines = [f"{image.stride},{image.height},0,0,{image.width},{image.height}"]
+    stored = max(image.height, len(image.rows))  # rows that follow the image are padding as well
+    lines = [f"{image.stride},{stored},0,0,{image.width},{image.height}"]
     lines += [",".join(map(storage.text, row)) for row in image.rows]
     return "".join(line + "\n" for line in lines).encode("ascii")
 

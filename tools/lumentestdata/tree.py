@@ -7,7 +7,7 @@ from pathlib import Path
 
 from . import SEED, VERSION
 
-LIMIT = 1_000_000  # bytes that the whole tree may take
+LIMIT = 2_000_000  # bytes that the whole tree may take
 MANIFEST = "MANIFEST"
 LICENCE = "LICENCE.md"  # beside files that are not our own work
 REFERENCES = "lumTestRef"  # data of profiling scripts

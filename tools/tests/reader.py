@@ -30,7 +30,7 @@ def converted(value: Number, code: str) -> Number:
 class Buffer:
     stride: int
     height: int
-    width: int  # of the region of interest, which begins at 0, 0 and has all rows
+    width: int  # of the region of interest, which begins at 0, 0 and has `height` rows
     elements: list[Number]  # of the rows that the file holds; the others are zero
 
     @property
@@ -71,7 +71,7 @@ def read_buffer(path: Path, keyword: str) -> Buffer:
 def _read_csv(path: Path, code: str) -> Buffer:
     first, *lines = path.read_text("ascii").splitlines()
     stride, height, x, y, width, region_height = map(int, first.split(","))
-    if (x, y, region_height) != (0, 0, height) or width > stride or len(lines) > height:
+    if (x, y) != (0, 0) or region_height > height or width > stride or len(lines) > height:
         raise ValueError(f"{path}: unusual shape")
     elements = []
     for line in lines:
@@ -79,7 +79,7 @@ def _read_csv(path: Path, code: str) -> Buffer:
         if len(fields) != stride:
             raise ValueError(f"{path}: a line of {len(fields)} values")
         elements += [converted(float(field), code) for field in fields]
-    return Buffer(stride, height, width, elements)
+    return Buffer(stride, region_height, width, elements)
 
 
 def _header(content: bytes, count: int) -> tuple[list[bytes], bytes]:
