@@ -1,5 +1,4 @@
-// FAST corners in both columns, beside OpenCV's and libCVD's detectors on one thread: both
-// photographs enlarged (natural), repeated (dense texture), and what is hard for such code.
+// FAST corners in both columns, beside OpenCV's and libCVD's detectors on one thread.
 //
 // Names are <function>.<scene>.<barrier>/<size>/<who>; bench/lumen-ratios makes a table of them.
 
@@ -7,87 +6,15 @@
 #include <cvd/fast_corner.h>
 #include <cvd/nonmax_suppression.h>
 
-#include <cmath>
-#include <fstream>
-#include <iterator>
-#include <opencv2/core.hpp>
 #include <opencv2/features2d.hpp>
-#include <random>
 #include <string>
 #include <vector>
 
+#include "lumenScenes.h"
 #include "lumenTable.h"
 #include "lumenVector.h"
 
 namespace {
-
-struct Size {
-  int width, height;
-};
-constexpr Size kSizes[] = {{640, 480}, {1920, 1080}, {4000, 3000}};
-
-// A photograph of the test data.
-struct Photograph {
-  int width = 0, height = 0;
-  std::vector<uint8_t> pixels;
-
-  explicit Photograph(const char* name) {
-    std::ifstream file(std::string(LUMEN_PHOTOGRAPHS) + name, std::ios::binary);
-    std::string magic;
-    int greatest = 0;
-    file >> magic >> width >> height >> greatest;
-    file.get();
-    pixels.assign(std::istreambuf_iterator<char>(file), {});
-  }
-  int at(int x, int y) const { return pixels[static_cast<size_t>(y * width + x)]; }
-};
-
-enum class Scene { natural, texture, noise, checkerboard, zonePlate };
-constexpr const char* kSceneName[] = {"natural", "texture", "noise", "checker", "zone"};
-
-// Enlarged by 2, repeated as often as the size takes, every other time turned around.
-cv::Mat naturalOf(const Size& size, int enlarged) {
-  static const Photograph photographs[] = {Photograph("coffee.pgm"),
-                                           Photograph("photographer.pgm")};
-  cv::Mat all(size.height, size.width, CV_8U);
-  for (int y = 0; y < size.height; ++y) {
-    for (int x = 0; x < size.width; ++x) {
-      const int tile = 160 * enlarged;
-      const int tx = x / tile, ty = y / tile, inX = x % tile, inY = y % (144 * enlarged);
-      const Photograph& from = photographs[(tx + ty) % 2];
-      const int fx = tx % 4 < 2 ? inX : tile - 1 - inX;
-      const int sx = fx / enlarged, sy = std::min(inY / enlarged, 143);
-      if (enlarged == 1) {
-        all.at<uint8_t>(y, x) = static_cast<uint8_t>(from.at(sx, sy));
-        continue;
-      }
-      // Between the four pixels around, by how near each is.
-      const int wx = fx % enlarged, wy = inY % enlarged;
-      const int nx = std::min(sx + 1, 159), ny = std::min(sy + 1, 143);
-      const int sum = (enlarged - wx) * (enlarged - wy) * from.at(sx, sy) +
-                      wx * (enlarged - wy) * from.at(nx, sy) +
-                      (enlarged - wx) * wy * from.at(sx, ny) + wx * wy * from.at(nx, ny);
-      all.at<uint8_t>(y, x) = static_cast<uint8_t>(sum / (enlarged * enlarged));
-    }
-  }
-  return all;
-}
-
-cv::Mat sceneOf(Scene scene, const Size& size) {
-  if (scene == Scene::natural) return naturalOf(size, std::max(1, size.width / 640));
-  if (scene == Scene::texture) return naturalOf(size, 1);
-  cv::Mat image(size.height, size.width, CV_8U);
-  std::minstd_rand random(1);
-  for (int y = 0; y < size.height; ++y) {
-    for (int x = 0; x < size.width; ++x) {
-      auto& pixel = image.at<uint8_t>(y, x);
-      if (scene == Scene::noise) pixel = static_cast<uint8_t>(random() >> 8);
-      else if (scene == Scene::checkerboard) pixel = (x / 8 + y / 8) % 2 ? 230 : 20;
-      else pixel = static_cast<uint8_t>(128 + 127 * std::sin(0.0016 * (x * x + y * y)));
-    }
-  }
-  return image;
-}
 
 template <class F>
 void add(const std::string& name, F work) {
@@ -108,8 +35,8 @@ struct Search {
   std::vector<uint32_t> xy, scores, work;
   uint32_t width, height, count = 0;
 
-  Search(Scene scene, const Size& size)
-      : image(sceneOf(scene, size)),
+  Search(lumScene scene, const cv::Size& size)
+      : image(lumSceneOf(scene, size)),
         peer(image.data, CVD::ImageRef(size.width, size.height)),
         width(static_cast<uint32_t>(size.width)),
         height(static_cast<uint32_t>(size.height)) {
@@ -176,15 +103,12 @@ void addScored(const std::string& name, Search& s, int barrier, Scored* referenc
 // OpenCV has no arcs of 10: those of 9 stand in.
 const bool registered = [] {
   cv::setNumThreads(1);
-  for (const Scene scene :
-       {Scene::natural, Scene::texture, Scene::noise, Scene::checkerboard, Scene::zonePlate}) {
-    for (const Size& size : kSizes) {
-      if (scene > Scene::texture && size.width != 1920) continue;
+  for (const lumScene scene : LUM_SCENES) {
+    for (const cv::Size& size : LUM_SCENE_SIZES) {
+      if (!lumIsSceneTimed(scene, size)) continue;
       auto& s = *new Search(scene, size);
       for (const int barrier : {20, 40}) {
-        const std::string rest = std::string(".") + kSceneName[static_cast<size_t>(scene)] + "." +
-                                 std::to_string(barrier) + "/" + std::to_string(size.width) + "x" +
-                                 std::to_string(size.height);
+        const std::string rest = lumSceneName(scene, size, barrier);
         addPlain("fast9" + rest, s, barrier, lumCornerFast9u8C,
                  lumBestOf(lumCornerFast9u8V, lumCornerFast9u8C), CVD::fast_corner_detect_9);
         addPlain("fast10" + rest, s, barrier, lumCornerFast10u8C,

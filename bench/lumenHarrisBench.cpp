@@ -14,7 +14,6 @@
 
 namespace {
 
-const cv::Size kSizes[] = {{640, 480}, {1920, 1080}, {4000, 3000}};
 constexpr uint32_t kCapacity = 1000000;
 constexpr int32_t kThreshold = 20000;
 constexpr float kQuality = 0.02f;
@@ -72,13 +71,11 @@ size_t cornersOfOpenCv(const cv::Mat& image) {
 
 const bool registered = [] {
   cv::setNumThreads(1);
-  for (const lumScene scene : {lumScene::natural, lumScene::texture, lumScene::noise,
-                               lumScene::checkerboard, lumScene::zonePlate}) {
-    for (const cv::Size& size : kSizes) {
-      if (scene > lumScene::texture && size.width != 1920) continue;
+  for (const lumScene scene : LUM_SCENES) {
+    for (const cv::Size& size : LUM_SCENE_SIZES) {
+      if (!lumIsSceneTimed(scene, size)) continue;
       auto& s = *new Search{lumSceneOf(scene, size)};
-      const std::string rest = std::string(".") + LUM_SCENE_NAME[static_cast<size_t>(scene)] + "/" +
-                               std::to_string(size.width) + "x" + std::to_string(size.height);
+      const std::string rest = lumSceneName(scene, size);
       addColumns("harris" + rest, s, lumCornerHarrisu8C, lumCornerHarrisu8V, kCapacity, &s.count,
                  kThreshold);
       add("harris" + rest + "/opencv", [&s] { return cornersOfOpenCv(s.image); });

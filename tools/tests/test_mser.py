@@ -49,13 +49,13 @@ class Regions(unittest.TestCase):
 
     def test_regions_are_components_of_a_threshold_set(self) -> None:
         for neighbours in (4, 8):
-            for image in (photographs.pixels("coffee"), photographs.pixels("photographer")):
+            for image in (photographs.pixels("coffee.pgm"), photographs.pixels("photographer.pgm")):
                 count, whole = self.check(image, Parameters(4, 30, 400, 0.25, 0.5, neighbours))
                 self.assertGreater(count, 15)
                 self.assertGreater(whole, count * 0.8)
 
     def test_polarities_mirror_each_other(self) -> None:
-        image = photographs.pixels("coffee")[:60, :80]
+        image = photographs.pixels("coffee.pgm")[:60, :80]
         parameters = Parameters(2, 5, 300, 1.0, 0.1)
         dark = search(image, parameters, 1, 100).regions
         bright = search(255 - image, parameters, -1, 100).regions
