@@ -90,6 +90,12 @@ def check_regions(form: tuple[str, ...], said: str, pixels: np.ndarray) -> None:
     require(np.array_equal(expected, pixels), f"mser {form} drew other regions")
 
 
+def bright_regions(*options: object) -> int:
+    ran = run("mser", *options, "--library", built, picture, result)
+    require(ran.returncode == 0, f"mser {options}: {ran.stderr}")
+    return int(re.search(r"(\d+) bright", ran.stdout)[1])
+
+
 scene = np.full((HEIGHT, WIDTH), 40, np.uint8)
 scene[TOP:BOTTOM + 1, LEFT:RIGHT + 1] = 200
 scene[[TOP, TOP, BOTTOM, BOTTOM], [LEFT, RIGHT, LEFT, RIGHT]] = 230  # without equal neighbours
@@ -125,6 +131,15 @@ with tempfile.TemporaryDirectory() as name:
                 result.unlink()
             same = all(np.array_equal(drawn[0], other) for other in drawn[1:])
             require(same, f"{detector}: the columns differ")
+    picture.write_bytes(header + disc.tobytes())
+    usual = bright_regions("--max", 100)
+    # Each option reaches the parameter of its name: these leave nothing of the disc, or less or more.
+    for none in ("--max-variation", 0.01), ("--delta", 60), ("--max-area", 200):
+        require(bright_regions(*none) == 0, f"mser {none} found regions")
+    for less in ("--min-diversity", 0.9), ("--min-area", 2000), ("--max", 2):
+        require(0 < bright_regions(*less) < usual, f"mser {less} found all or none")
+    require(bright_regions("--min-diversity", 0) > usual, "mser --min-diversity 0 left regions out")
+    result.unlink()
     if "lumCornerFast9Scoreu8_v2" in DECLARED:
         ran = run("fast9", "--border", "50", "--library", built, picture, result)
         require(ran.returncode == cli.UNUSABLE and "refused the picture" in ran.stderr,
