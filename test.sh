@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Builds and runs every test. With arguments, only the named steps: see `steps` below.
+# Builds and runs every test. With arguments, only the named steps: see `steps` and `more` below.
 set -euo pipefail
 cd "$(dirname "$0")"
 
-steps=(style data release targets debug asan-ubsan tsan armv7 aarch64 neon)
+steps=(style data release targets asan-ubsan tsan armv7 aarch64 neon)
+# more: debug, the same tests in a build for debugging; the sanitizers' builds are Clang's too
 
 # Builds a preset and runs its tests and lumenTest on the shipped data.
 check_preset() {
