@@ -47,9 +47,9 @@ class Guard {
       const uint32_t alone = row.fits(description_) ? c.height : 0;
       for (uint32_t y = 0; y < alone; ++y, ++row.seed) {
         const std::string where = "row " + std::to_string(y) + " alone, ";
-        if (const Failure failure = call(row, fence, false, where)) return failure;
+        if (Failure failure = call(row, fence, false, where)) return failure;
       }
-      if (const Failure failure = call(c, fence, true, "rows apart, ")) return failure;
+      if (Failure failure = call(c, fence, true, "rows apart, ")) return failure;
     }
     return {};
   }

@@ -68,8 +68,9 @@ Cases layoutsOf(const LUMEN_TEST_Description& description, bool alsoMisaligned) 
     };
     layouts.insert(layouts.end(), misaligned.begin(), misaligned.end());
   }
-  for (uint8_t w = 0; w < description.images.size(); ++w) {
-    for (uint8_t r = 0; r < description.images.size(); ++r) {
+  const auto images = static_cast<uint8_t>(description.images.size());
+  for (uint8_t w = 0; w < images; ++w) {
+    for (uint8_t r = 0; r < images; ++r) {
       if (!(description.images[w].inPlaceOf >> r & 1)) continue;
       const LUMEN_TEST_InPlace inPlace = {w, r};
       layouts.push_back({.inPlace = inPlace});
