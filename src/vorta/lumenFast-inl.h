@@ -34,15 +34,14 @@ void FindInRows(D d, FastOutput& out) {
     const uint8_t* row = s.src + size_t{y} * s.stride;
     if (out.scores) {
       goesOn =
-          rows.template Find<true>(row, [&](FastCorners corners, hn::Vec<D> strengths) HWY_ATTR {
+          rows.FindStrengths(row, [&](const BlockCorners& corners, hn::Vec<D> strengths) HWY_ATTR {
             HWY_ALIGN uint8_t strength[hn::MaxLanes(d)];
             hn::Store(strengths, d, strength);
             return out.AddAll(corners, y, strength);
           });
     } else {
-      goesOn = rows.template Find<false>(row, [&](FastCorners corners, hn::Vec<D>) HWY_ATTR {
-        return out.AddAll(corners, y, nullptr);
-      });
+      goesOn = rows.Find(row, [&](const VectorCorners& corners)
+                                  HWY_ATTR { return out.AddAll(corners, y, nullptr); });
     }
   }
 }

@@ -1,9 +1,9 @@
 // The FAST corners of a row, for any arc length.
 //
-// Few pixels have a circle that can hold an arc, and those lie in groups. A row is searched in
-// three steps, each of which lists what the next one looks at: vectors of pixels, blocks of 16
-// pixels, and the corners in as many blocks as make a vector. The steps are loops without branches
-// that depend on the picture, which would be taken or not at random where it has edges.
+// A row is searched in steps, each of which lists what the next one looks at: vectors of pixels
+// that may hold corners, those that do, and the blocks of 16 pixels in these that do. The steps are
+// loops without branches that depend on the picture: where it has edges, such branches are taken or
+// not as if at random.
 //
 // Brightness is compared with saturation: centre plus barrier stops at 255 and centre less barrier
 // at 0, beyond which no pixel lies. That is right for barriers from 0 to 254.
@@ -50,11 +50,16 @@ HWY_INLINE hn::Vec<D> LoadBlocks(D d, const uint8_t* p, const uint32_t* x) {
   }
 }
 
-// Corners in the blocks of one vector: a bit for each pixel.
-struct FastCorners {
-  const uint32_t* x;  // where each block begins
+// Corners of a vector that begins at x: a bit for each pixel.
+struct VectorCorners {
+  uint32_t x;
   uint64_t bits;
-
+  HWY_INLINE uint32_t xOf(uint32_t lane) const { return x + lane; }
+};
+// The same of blocks, of which there are as many as make a vector.
+struct BlockCorners {
+  const uint32_t* x;  // of each
+  uint64_t bits;
   HWY_INLINE uint32_t xOf(uint32_t lane) const { return x[lane / kFastBlock] + lane % kFastBlock; }
 };
 
@@ -101,7 +106,8 @@ struct FastOutput {
     return ++count < search.capacity;
   }
   // With the strength of each lane where scores are wanted.
-  HWY_INLINE bool AddAll(FastCorners corners, uint32_t y, const uint8_t* strength) {
+  template <class Corners>
+  HWY_INLINE bool AddAll(const Corners& corners, uint32_t y, const uint8_t* strength) {
     const auto add = [&](auto put) HWY_ATTR {
       for (uint64_t bits = corners.bits; bits != 0; bits &= bits - 1) {
         const auto lane = static_cast<uint32_t>(__builtin_ctzll(bits));
@@ -138,47 +144,91 @@ class RowSearch {
     lumCircleOffsets(offset_, search.stride);
   }
 
-  // Calls take(corners, strengths) for vectors that may have corners, in order, and ends when that
-  // returns false. Strengths are by how much the barrier can grow until a pixel is no corner, and 0
-  // where there is none; without kHasStrengths they are not to be looked at.
-  template <bool kHasStrengths, class Take>
+  // Calls take(corners) for what may have corners of a row, in order, and ends when that returns
+  // false.
+  template <class Take>
   HWY_INLINE bool Find(const uint8_t* row, const Take& take) {
-    for (uint32_t rest = end_ - begin_, some; rest != 0; rest -= some) {
-      some = rest < kSegment ? rest : kSegment;
-      uint32_t blocks = ListBlocks(row, ListVectors(row, end_ - rest, end_ - rest + some));
-      if (kListsCorners) blocks = ListCorners(row, blocks);
-      for (uint32_t k = 0; k < blocks; k += kGroup) {
-        const uint32_t* const x = blocks_ + k;
-        FastLanes lanes = {BitsOfGroup(bright_ + k), BitsOfGroup(dark_ + k)};
-        V strengths = hn::Zero(d);
-        if (kHasStrengths || !kListsCorners) strengths = StrengthsAt(row, x, lanes);
-        if (!take(FastCorners{x, lanes.bright | lanes.dark}, strengths)) return false;
+    return InSegments([&](uint32_t begin, uint32_t end) HWY_ATTR {
+      uint32_t vectors = ListVectors(row, begin, end);
+      if constexpr (kComparesToBits) {
+        vectors = ListCorners(row, vectors);
+        for (uint32_t k = 0; k < vectors; ++k) {
+          if (!take(VectorCorners{vectors_[k], bits_[k]})) return false;
+        }
+      } else {
+        vectors = ListCandidates(row, vectors);
+        for (uint32_t k = 0; k < vectors; ++k) {
+          VectorCorners corners{vectors_[k], bits_[k]};
+          StrengthsAt(row, BlocksFrom(corners.x).x, sides_[k], corners.bits);
+          if (!take(corners)) return false;
+        }
       }
-    }
-    return true;
+      return true;
+    });
+  }
+
+  // The same with take(corners, strengths), for blocks. Strengths are by how much the barrier can
+  // grow until a pixel is no corner, and 0 where there is none.
+  template <class Take>
+  HWY_INLINE bool FindStrengths(const uint8_t* row, const Take& take) {
+    return InSegments([&](uint32_t begin, uint32_t end) HWY_ATTR {
+      uint32_t vectors = ListVectors(row, begin, end);
+      const auto look = [&](const uint32_t* x, uint32_t sides, uint64_t bits) HWY_ATTR {
+        const V strengths = StrengthsAt(row, x, sides, bits);
+        return take(BlockCorners{x, bits}, strengths);
+      };
+      if constexpr (kComparesToBits) {
+        const uint32_t blocks = ListBlocks(ListCorners(row, vectors));
+        for (uint32_t k = 0; k < blocks; k += kGroup) {
+          uint64_t bits = 0;
+          std::memcpy(&bits, blockBits_ + k, kGroup * sizeof *blockBits_);
+          if (!look(blocks_ + k, kBright | kDark, bits)) return false;
+        }
+      } else {
+        vectors = ListCandidates(row, vectors);
+        for (uint32_t k = 0; k < vectors; ++k) {
+          if (!look(BlocksFrom(vectors_[k]).x, sides_[k], bits_[k])) return false;
+        }
+      }
+      return true;
+    });
   }
 
  private:
   static constexpr D d{};
   static constexpr uint32_t kLanes = static_cast<uint32_t>(hn::MaxLanes(D()));
   static constexpr uint32_t kGroup = kLanes / kFastBlock;
-  static constexpr uint32_t kSegment = 4096, kBlocks = kSegment / kFastBlock;
-  // Where comparisons yield bits, ordinary registers find arcs in less time than those of vectors
-  // find strengths, and at the same time as these do something else.
-  static constexpr bool kListsCorners = kLanes == 64;
-
-  // Bits of the lanes of a group, and how many of these make a vector.
+  static constexpr uint32_t kSegment = 4096, kVectors = kSegment / kLanes;
+  // Whether a comparison yields a number of a bit for each lane, without further work.
+  static constexpr bool kComparesToBits = kLanes == 64;
+  // How many of these numbers make a vector.
   using BitsTag = hn::Repartition<uint64_t, D>;
-  static constexpr uint32_t kBits = kLanes / 8, kBatch = kBits * kGroup;
+  static constexpr uint32_t kBatch = kLanes / 8;
+  static constexpr uint32_t kBright = 1, kDark = 2;
 
-  // A bit for each lane.
-  struct FastLanes {
-    uint64_t bright, dark;
+  struct Blocks {
+    uint32_t x[kGroup];
   };
+  static HWY_INLINE Blocks BlocksFrom(uint32_t x) {
+    Blocks blocks;
+    for (uint32_t i = 0; i < kGroup; ++i) blocks.x[i] = x + i * kFastBlock;
+    return blocks;
+  }
+
+  // Lists are as long as a part of a row may make them.
+  template <class Search>
+  HWY_INLINE bool InSegments(const Search& search) const {
+    for (uint32_t rest = end_ - begin_, some; rest != 0; rest -= some) {
+      some = rest < kSegment ? rest : kSegment;
+      if (!search(end_ - rest, end_ - rest + some)) return false;
+    }
+    return true;
+  }
 
   HWY_INLINE const uint8_t* placeOf(const uint8_t* p, int i) const { return p + offset_[i]; }
-  // The last vector of a row covers pixels of the one before.
+  // The last vector of a row covers pixels of the one before, where corners are not new.
   HWY_INLINE uint32_t vectorAt(uint32_t x) const { return end_ - x < kLanes ? end_ - kLanes : x; }
+  HWY_INLINE uint64_t newBits(uint32_t x) const { return ~uint64_t{0} << (x - vectorAt(x)); }
 
   // What is brighter or darker than the centre by more than the barrier, beyond these.
   struct Limits {
@@ -217,106 +267,99 @@ class RowSearch {
     return count;
   }
 
-  HWY_INLINE uint32_t ListBlocks(const uint8_t* row, uint32_t vectors) {
+  // Those of the vectors that may still hold corners, where, and on which sides.
+  HWY_INLINE uint32_t ListCandidates(const uint8_t* row, uint32_t vectors) {
     uint32_t count = 0;
     for (uint32_t k = 0; k < vectors; ++k) {
-      const uint32_t x = vectors_[k], at = vectorAt(x);
-      const Candidates all = CandidatesAt<4>(row + at);
-      const uint64_t isNew = ~uint64_t{0} << (x - at);
-      const FastLanes lanes = {BitsOf(d, all.bright) & isNew, BitsOf(d, all.dark) & isNew};
-      for (uint32_t i = 0; i < kGroup; ++i)
-        count += ListBlock(count, at + i * kFastBlock, lanes, i);
-    }
-    return Fill(count);
-  }
-
-  // Those of the blocks that have corners, and these in place of candidates. The bits of one place
-  // of the circle, of as many groups of blocks as make a vector, are a vector again.
-  HWY_INLINE uint32_t ListCorners(const uint8_t* row, uint32_t blocks) {
-    uint32_t count = 0;
-    for (uint32_t k = 0; k < blocks; k += kBatch) {
-      const uint32_t end = blocks - k < kBatch ? blocks : k + kBatch;
-      for (uint32_t group = k; group < end; group += kGroup) {
-        const uint32_t* const x = blocks_ + group;
-        const Limits limits(LoadBlocks(d, row, x), hn::Set(d, barrier_));
-        for (int i = 0; i < LUM_CIRCLE; ++i) {
-          const V v = LoadBlocks(d, placeOf(row, i), x);
-          isBright_[i][(group - k) / kGroup] = BitsOf(d, hn::Gt(v, limits.above));
-          isDark_[i][(group - k) / kGroup] = BitsOf(d, hn::Lt(v, limits.below));
-        }
-      }
-      KeepArcs(isBright_, bright_ + k);
-      KeepArcs(isDark_, dark_ + k);
-      for (uint32_t i = k; i < end; ++i) {
-        blocks_[count] = blocks_[i];
-        bright_[count] = bright_[i];
-        dark_[count] = dark_[i];
-        count += (bright_[count] | dark_[count]) != 0;
-      }
-    }
-    return Fill(count);
-  }
-
-  // Of the candidates of a batch, those whose circle has an arc of bits.
-  static HWY_INLINE void KeepArcs(const uint64_t (&is)[LUM_CIRCLE][kBits], uint16_t* candidates) {
-    const BitsTag dBits;
-    hn::Vec<BitsTag> v[LUM_CIRCLE];
-    for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = hn::LoadU(dBits, is[i]);
-    auto* const lanes = reinterpret_cast<uint8_t*>(candidates);
-    const auto all = hn::BitCast(dBits, hn::LoadU(d, lanes));
-    const auto arcs = hn::And(all, BestArc<kArc>(v, BothOf(), EitherOf()));
-    hn::StoreU(hn::BitCast(d, arcs), d, lanes);
-  }
-
-  // Writes block `block` of some lanes, which begins at x, to a place of the list. Whether it has
-  // any lanes, and stays.
-  HWY_INLINE bool ListBlock(uint32_t place, uint32_t x, const FastLanes& lanes, uint32_t block) {
-    blocks_[place] = x;
-    bright_[place] = static_cast<uint16_t>(lanes.bright >> (block * kFastBlock));
-    dark_[place] = static_cast<uint16_t>(lanes.dark >> (block * kFastBlock));
-    return (bright_[place] | dark_[place]) != 0;
-  }
-
-  // What the last vector of blocks lacks: no pixels of a block that is there.
-  HWY_INLINE uint32_t Fill(uint32_t count) {
-    for (uint32_t i = count; count % kGroup != 0 && i < count + kGroup; ++i) {
-      blocks_[i] = blocks_[count - 1];
-      bright_[i] = dark_[i] = 0;
+      const uint32_t x = vectors_[k];
+      const Candidates all = CandidatesAt<4>(row + vectorAt(x));
+      const uint64_t bright = BitsOf(d, all.bright), dark = BitsOf(d, all.dark);
+      vectors_[count] = vectorAt(x);
+      bits_[count] = (bright | dark) & newBits(x);
+      sides_[count] = static_cast<uint8_t>((bright ? kBright : 0u) | (dark ? kDark : 0u));
+      count += bits_[count] != 0;
     }
     return count;
   }
 
-  static HWY_INLINE uint64_t BitsOfGroup(const uint16_t* blocks) {
-    uint64_t bits = 0;
-    std::memcpy(&bits, blocks, kGroup * sizeof *blocks);
-    return bits;
+  // Those of the vectors that hold corners, and where. For each place of the circle, the bits of as
+  // many vectors as make a vector of bits are looked at together.
+  HWY_INLINE uint32_t ListCorners(const uint8_t* row, uint32_t vectors) {
+    uint32_t count = 0;
+    for (uint32_t k = 0; k < vectors; k += kBatch) {
+      const uint32_t some = vectors - k < kBatch ? vectors - k : kBatch;
+      for (uint32_t n = 0; n < some; ++n) {
+        const uint8_t* p = row + vectorAt(vectors_[k + n]);
+        const Limits limits(hn::LoadU(d, p), hn::Set(d, barrier_));
+        HWY_UNROLL(16)
+        for (int i = 0; i < LUM_CIRCLE; ++i) {
+          const V v = hn::LoadU(d, placeOf(p, i));
+          isBright_[i][n] = BitsOf(d, hn::Gt(v, limits.above));
+          isDark_[i][n] = BitsOf(d, hn::Lt(v, limits.below));
+        }
+      }
+      uint64_t arcs[kBatch];
+      const BitsTag dBits;
+      hn::StoreU(hn::Or(ArcsOf(isBright_), ArcsOf(isDark_)), dBits, arcs);
+      for (uint32_t n = 0; n < some; ++n) {
+        const uint32_t x = vectors_[k + n];
+        vectors_[count] = vectorAt(x);
+        bits_[count] = arcs[n] & newBits(x);
+        count += bits_[count] != 0;
+      }
+    }
+    return count;
+  }
+  static HWY_INLINE hn::Vec<BitsTag> ArcsOf(const uint64_t (&is)[LUM_CIRCLE][kBatch]) {
+    hn::Vec<BitsTag> v[LUM_CIRCLE];
+    for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = hn::LoadU(BitsTag(), is[i]);
+    return BestArc<kArc>(v, BothOf(), EitherOf());
   }
 
-  // The strengths of blocks that have these candidates, of which the corners remain. A block by
-  // itself is mostly bright or dark only.
-  HWY_INLINE V StrengthsAt(const uint8_t* row, const uint32_t* x, FastLanes& lanes) const {
+  // The blocks of vectors that hold corners.
+  HWY_INLINE uint32_t ListBlocks(uint32_t vectors) {
+    uint32_t count = 0;
+    for (uint32_t k = 0; k < vectors; ++k) {
+      for (uint32_t i = 0; i < kLanes; i += kFastBlock) {
+        blocks_[count] = vectors_[k] + i;
+        blockBits_[count] = static_cast<uint16_t>(bits_[k] >> i);
+        count += blockBits_[count] != 0;
+      }
+    }
+    // What the last group lacks: no pixels of a block that is there.
+    for (uint32_t i = count; count % kGroup != 0 && i < count + kGroup; ++i) {
+      blocks_[i] = blocks_[count - 1];
+      blockBits_[i] = 0;
+    }
+    return count;
+  }
+
+  // The strengths of blocks that have candidates `bits`, of which the corners remain.
+  HWY_INLINE V StrengthsAt(const uint8_t* row, const uint32_t* x, uint32_t sides,
+                           uint64_t& bits) const {
     const V centre = LoadBlocks(d, row, x);
     V v[LUM_CIRCLE], best = hn::Zero(d);
     for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = LoadBlocks(d, placeOf(row, i), x);
-    if (kGroup > 1 || lanes.bright != 0) {
+    if (kComparesToBits || (sides & kBright) != 0) {
       best = hn::SaturatedSub(BestArc<kArc>(v, SmallerOf(), LargerOf()), centre);
     }
-    if (kGroup > 1 || lanes.dark != 0) {
+    if (kComparesToBits || (sides & kDark) != 0) {
       best = hn::Max(best, hn::SaturatedSub(centre, BestArc<kArc>(v, LargerOf(), SmallerOf())));
     }
     const auto isCorner = hn::Gt(best, hn::Set(d, barrier_));
-    const uint64_t corners = BitsOf(d, isCorner);
-    lanes.bright &= corners;
-    lanes.dark &= corners;
+    bits &= BitsOf(d, isCorner);
     return hn::IfThenElseZero(isCorner, best);
   }
 
   const uint32_t begin_, end_;
   const uint8_t barrier_;
   ptrdiff_t offset_[LUM_CIRCLE];
-  uint32_t vectors_[kSegment / kLanes], blocks_[kBlocks + kGroup];
-  uint16_t bright_[kBlocks + kGroup], dark_[kBlocks + kGroup];
-  uint64_t isBright_[LUM_CIRCLE][kBits] = {}, isDark_[LUM_CIRCLE][kBits] = {};
+  uint32_t vectors_[kVectors];
+  uint64_t bits_[kVectors];
+  uint8_t sides_[kVectors];
+  uint64_t isBright_[LUM_CIRCLE][kBatch] = {}, isDark_[LUM_CIRCLE][kBatch] = {};
+  uint32_t blocks_[kSegment / kFastBlock + kGroup];
+  uint16_t blockBits_[kSegment / kFastBlock + kGroup];
 };
 
 }  // namespace HWY_NAMESPACE

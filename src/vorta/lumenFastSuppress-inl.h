@@ -75,13 +75,12 @@ class SuppressedSearch {
   // Writes the strengths of row y; false when its last corner is the last of all.
   HWY_INLINE bool FindIn(uint32_t y) {
     Row& row = Clear(y);
-    return rowSearch_.template Find<true>(
-        search_.src + size_t{y} * search_.stride,
-        [&](FastCorners corners, hn::Vec<FastTag> strengths)
-            HWY_ATTR { return Take(corners, strengths, y, row); });
+    return rowSearch_.FindStrengths(search_.src + size_t{y} * search_.stride,
+                                    [&](BlockCorners corners, hn::Vec<FastTag> strengths)
+                                        HWY_ATTR { return Take(corners, strengths, y, row); });
   }
 
-  HWY_INLINE bool Take(FastCorners corners, hn::Vec<FastTag> strengths, uint32_t y, Row& row) {
+  HWY_INLINE bool Take(BlockCorners corners, hn::Vec<FastTag> strengths, uint32_t y, Row& row) {
     HWY_ALIGN uint8_t strength[kLanes];
     hn::Store(strengths, d, strength);
     bool goesOn = true;
@@ -109,7 +108,7 @@ class SuppressedSearch {
   }
 
   // The corners that the mask allows and the list would have room for.
-  HWY_INLINE uint64_t Choose(FastCorners corners, uint32_t y, bool& goesOn) {
+  HWY_INLINE uint64_t Choose(BlockCorners corners, uint32_t y, bool& goesOn) {
     uint64_t chosen = 0;
     for (uint64_t bits = corners.bits; goesOn && bits != 0; bits &= bits - 1) {
       const auto lane = static_cast<uint32_t>(__builtin_ctzll(bits));
@@ -132,7 +131,7 @@ class SuppressedSearch {
       }
       HWY_ALIGN uint8_t strength[kLanes];
       hn::Store(own, d, strength);
-      out_.AddAll({group->x, BitsOf(d, hn::Gt(own, other)) & group->bits}, y, strength);
+      out_.AddAll(BlockCorners{group->x, BitsOf(d, hn::Gt(own, other)) & group->bits}, y, strength);
     }
   }
 
