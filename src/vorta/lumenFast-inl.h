@@ -14,6 +14,8 @@
 
 #include <hwy/highway.h>
 
+#include <cstring>
+
 #include "cpu/lumenFastArc.h"
 #include "vorta/lumenFastRow-inl.h"
 #include "vorta/lumenFastSuppress-inl.h"
@@ -26,22 +28,25 @@ using FastTag = hn::ScalableTag<uint8_t>;
 
 // The corners of all rows, which are a vector at least.
 template <int kArc, class D>
-void FindInRows(D d, FastOutput& out) {
+void FindInRows(D, FastOutput& out) {
+  using Rows = RowSearch<kArc, D>;
   const lumFastSearch& s = out.search;
-  RowSearch<kArc, D> rows(s);
-  bool goesOn = true;
-  for (uint32_t y = s.border; goesOn && y < s.height - s.border; ++y) {
+  Rows rows(s);
+  // The last vector may reach back before a part of a row.
+  uint8_t strength[Rows::kLanes + Rows::kSegment];
+  for (uint32_t y = s.border; y < s.height - s.border; ++y) {
     const uint8_t* row = s.src + size_t{y} * s.stride;
-    if (out.scores) {
-      goesOn =
-          rows.FindStrengths(row, [&](const BlockCorners& corners, hn::Vec<D> strengths) HWY_ATTR {
-            HWY_ALIGN uint8_t strength[hn::MaxLanes(d)];
-            hn::Store(strengths, d, strength);
-            return out.AddAll(corners, y, strength);
-          });
-    } else {
-      goesOn = rows.Find(row, [&](const VectorCorners& corners)
-                                  HWY_ATTR { return out.AddAll(corners, y, nullptr); });
+    for (uint32_t rest = rows.end() - rows.begin(), some; rest != 0; rest -= some) {
+      some = rest < Rows::kSegment ? rest : Rows::kSegment;
+      const uint32_t x = rows.end() - rest;
+      const FastStrengths strengths = {strength, x - Rows::kLanes};
+      if (out.scores) std::memset(strength, 0, sizeof strength);
+      const uint32_t count =
+          out.scores ? rows.Find(row, x, x + some, strengths) : rows.Find(row, x, x + some);
+      for (uint32_t k = 0; k < count; ++k) {
+        const FastCorners corners = rows[k];
+        if (!out.AddAll(corners, y, out.scores ? strengths.at(corners.x) : nullptr)) return;
+      }
     }
   }
 }

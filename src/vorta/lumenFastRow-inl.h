@@ -51,16 +51,9 @@ HWY_INLINE hn::Vec<D> LoadBlocks(D d, const uint8_t* p, const uint32_t* x) {
 }
 
 // Corners of a vector that begins at x: a bit for each pixel.
-struct VectorCorners {
+struct FastCorners {
   uint32_t x;
   uint64_t bits;
-  HWY_INLINE uint32_t xOf(uint32_t lane) const { return x + lane; }
-};
-// The same of blocks, of which there are as many as make a vector.
-struct BlockCorners {
-  const uint32_t* x;  // of each
-  uint64_t bits;
-  HWY_INLINE uint32_t xOf(uint32_t lane) const { return x[lane / kFastBlock] + lane % kFastBlock; }
 };
 
 // A bit for each lane.
@@ -105,13 +98,12 @@ struct FastOutput {
     Put(count, x, y, score);
     return ++count < search.capacity;
   }
-  // With the strength of each lane where scores are wanted.
-  template <class Corners>
-  HWY_INLINE bool AddAll(const Corners& corners, uint32_t y, const uint8_t* strength) {
+  // With strengths, that of corners.x first, where scores are wanted.
+  HWY_INLINE bool AddAll(const FastCorners& corners, uint32_t y, const uint8_t* strength) {
     const auto add = [&](auto put) HWY_ATTR {
       for (uint64_t bits = corners.bits; bits != 0; bits &= bits - 1) {
         const auto lane = static_cast<uint32_t>(__builtin_ctzll(bits));
-        if (!put(corners.xOf(lane), strength ? strength[lane] - 1u : 0)) return false;
+        if (!put(corners.x + lane, strength ? strength[lane] - 1u : 0)) return false;
       }
       return true;
     };
@@ -131,6 +123,14 @@ struct FastOutput {
   }
 };
 
+// Room for the strengths of columns from `origin` on: by how much the barrier can grow until a
+// pixel is no corner, and 0 where there is none. Its user clears it.
+struct FastStrengths {
+  uint8_t* row;
+  uint32_t origin;
+  HWY_INLINE uint8_t* at(uint32_t x) const { return row + (x - origin); }
+};
+
 template <int kArc, class D>
 class RowSearch {
  public:
@@ -144,86 +144,46 @@ class RowSearch {
     lumCircleOffsets(offset_, search.stride);
   }
 
-  // Calls take(corners) for what may have corners of a row, in order, and ends when that returns
-  // false.
-  template <class Take>
-  HWY_INLINE bool Find(const uint8_t* row, const Take& take) {
-    return InSegments([&](uint32_t begin, uint32_t end) HWY_ATTR {
-      uint32_t vectors = ListVectors(row, begin, end);
-      if constexpr (kComparesToBits) {
-        vectors = ListCorners(row, vectors);
-        for (uint32_t k = 0; k < vectors; ++k) {
-          if (!take(VectorCorners{vectors_[k], bits_[k]})) return false;
-        }
-      } else {
-        vectors = ListCandidates(row, vectors);
-        for (uint32_t k = 0; k < vectors; ++k) {
-          VectorCorners corners{vectors_[k], bits_[k]};
-          StrengthsAt(row, BlocksFrom(corners.x).x, sides_[k], corners.bits);
-          if (!take(corners)) return false;
-        }
-      }
-      return true;
-    });
-  }
+  static constexpr uint32_t kLanes = static_cast<uint32_t>(hn::MaxLanes(D()));
+  // Lists are as long as a part of a row may make them.
+  static constexpr uint32_t kSegment = 2048;
 
-  // The same with take(corners, strengths), for blocks. Strengths are by how much the barrier can
-  // grow until a pixel is no corner, and 0 where there is none.
-  template <class Take>
-  HWY_INLINE bool FindStrengths(const uint8_t* row, const Take& take) {
-    return InSegments([&](uint32_t begin, uint32_t end) HWY_ATTR {
-      uint32_t vectors = ListVectors(row, begin, end);
-      const auto look = [&](const uint32_t* x, uint32_t sides, uint64_t bits) HWY_ATTR {
-        const V strengths = StrengthsAt(row, x, sides, bits);
-        return take(BlockCorners{x, bits}, strengths);
-      };
-      if constexpr (kComparesToBits) {
-        const uint32_t blocks = ListBlocks(ListCorners(row, vectors));
-        for (uint32_t k = 0; k < blocks; k += kGroup) {
-          uint64_t bits = 0;
-          std::memcpy(&bits, blockBits_ + k, kGroup * sizeof *blockBits_);
-          if (!look(blocks_ + k, kBright | kDark, bits)) return false;
-        }
-      } else {
-        vectors = ListCandidates(row, vectors);
-        for (uint32_t k = 0; k < vectors; ++k) {
-          if (!look(BlocksFrom(vectors_[k]).x, sides_[k], bits_[k])) return false;
-        }
-      }
-      return true;
-    });
+  uint32_t begin() const { return begin_; }
+  uint32_t end() const { return end_; }
+
+  // Finds the corners of columns `begin` to `end`, in vectors that may reach back before `begin`.
+  // Their number.
+  HWY_INLINE uint32_t Find(const uint8_t* row, uint32_t begin, uint32_t end) {
+    const uint32_t vectors = ListVectors(row, begin, end);
+    if constexpr (kComparesToBits) return ListCorners(row, vectors);
+    else return ListStrengths(row, ListCandidates(row, vectors), nullptr);
+  }
+  // The same with their strengths.
+  HWY_INLINE uint32_t Find(const uint8_t* row, uint32_t begin, uint32_t end,
+                           const FastStrengths& strengths) {
+    const uint32_t vectors = ListVectors(row, begin, end);
+    if constexpr (kComparesToBits) {
+      const uint32_t some = ListCorners(row, vectors);
+      FillStrengths<true>(row, ListBlocks(bright_, some), strengths);
+      FillStrengths<false>(row, ListBlocks(dark_, some), strengths);
+      return some;
+    } else {
+      return ListStrengths(row, ListCandidates(row, vectors), &strengths);
+    }
+  }
+  // What was found.
+  HWY_INLINE FastCorners operator[](uint32_t k) const {
+    return {vectors_[k], bright_[k] | dark_[k]};
   }
 
  private:
   static constexpr D d{};
-  static constexpr uint32_t kLanes = static_cast<uint32_t>(hn::MaxLanes(D()));
-  static constexpr uint32_t kGroup = kLanes / kFastBlock;
-  static constexpr uint32_t kSegment = 4096, kVectors = kSegment / kLanes;
+  static constexpr uint32_t kGroup = kLanes / kFastBlock, kVectors = kSegment / kLanes;
   // Whether a comparison yields a number of a bit for each lane, without further work.
   static constexpr bool kComparesToBits = kLanes == 64;
   // How many of these numbers make a vector.
   using BitsTag = hn::Repartition<uint64_t, D>;
   static constexpr uint32_t kBatch = kLanes / 8;
-  static constexpr uint32_t kBright = 1, kDark = 2;
-
-  struct Blocks {
-    uint32_t x[kGroup];
-  };
-  static HWY_INLINE Blocks BlocksFrom(uint32_t x) {
-    Blocks blocks;
-    for (uint32_t i = 0; i < kGroup; ++i) blocks.x[i] = x + i * kFastBlock;
-    return blocks;
-  }
-
-  // Lists are as long as a part of a row may make them.
-  template <class Search>
-  HWY_INLINE bool InSegments(const Search& search) const {
-    for (uint32_t rest = end_ - begin_, some; rest != 0; rest -= some) {
-      some = rest < kSegment ? rest : kSegment;
-      if (!search(end_ - rest, end_ - rest + some)) return false;
-    }
-    return true;
-  }
 
   HWY_INLINE const uint8_t* placeOf(const uint8_t* p, int i) const { return p + offset_[i]; }
   // The last vector of a row covers pixels of the one before, where corners are not new.
@@ -267,17 +227,48 @@ class RowSearch {
     return count;
   }
 
-  // Those of the vectors that may still hold corners, where, and on which sides.
+  // Those of the vectors that may still hold corners, and where.
   HWY_INLINE uint32_t ListCandidates(const uint8_t* row, uint32_t vectors) {
     uint32_t count = 0;
     for (uint32_t k = 0; k < vectors; ++k) {
       const uint32_t x = vectors_[k];
       const Candidates all = CandidatesAt<4>(row + vectorAt(x));
-      const uint64_t bright = BitsOf(d, all.bright), dark = BitsOf(d, all.dark);
-      vectors_[count] = vectorAt(x);
-      bits_[count] = (bright | dark) & newBits(x);
-      sides_[count] = static_cast<uint8_t>((bright ? kBright : 0u) | (dark ? kDark : 0u));
-      count += bits_[count] != 0;
+      count += List(count, x, BitsOf(d, all.bright), BitsOf(d, all.dark));
+    }
+    return count;
+  }
+
+  // Writes a vector to a place of the list. Whether it stays.
+  HWY_INLINE bool List(uint32_t place, uint32_t x, uint64_t bright, uint64_t dark) {
+    vectors_[place] = vectorAt(x);
+    bright_[place] = bright & newBits(x);
+    dark_[place] = dark & newBits(x);
+    return (bright_[place] | dark_[place]) != 0;
+  }
+
+  // Those of the candidates that are corners, and their strengths.
+  HWY_INLINE uint32_t ListStrengths(const uint8_t* row, uint32_t vectors,
+                                    const FastStrengths* strengths) {
+    uint32_t count = 0;
+    for (uint32_t k = 0; k < vectors; ++k) {
+      const uint32_t x = vectors_[k];
+      const uint64_t bright = bright_[k], dark = dark_[k];
+      V v[LUM_CIRCLE], best = hn::Zero(d);
+      const V centre = hn::LoadU(d, row + x);
+      for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = hn::LoadU(d, placeOf(row + x, i));
+      if (bright != 0) best = StrengthsOf<true>(v, centre);
+      if (dark != 0) best = hn::Max(best, StrengthsOf<false>(v, centre));
+      const auto isCorner = hn::Gt(best, hn::Set(d, barrier_));
+      const uint64_t corners = BitsOf(d, isCorner);
+      vectors_[count] = x;
+      bright_[count] = bright & corners;
+      dark_[count] = dark & corners;
+      const bool isAny = ((bright | dark) & corners) != 0;
+      count += isAny;
+      if (strengths && isAny) {
+        uint8_t* const to = strengths->at(x);
+        hn::StoreU(hn::Max(hn::IfThenElseZero(isCorner, best), hn::LoadU(d, to)), d, to);
+      }
     }
     return count;
   }
@@ -285,44 +276,45 @@ class RowSearch {
   // Those of the vectors that hold corners, and where. For each place of the circle, the bits of as
   // many vectors as make a vector of bits are looked at together.
   HWY_INLINE uint32_t ListCorners(const uint8_t* row, uint32_t vectors) {
+    for (uint32_t k = 0; k < vectors; ++k) {
+      const uint8_t* p = row + vectorAt(vectors_[k]);
+      const Limits limits(hn::LoadU(d, p), hn::Set(d, barrier_));
+      auto& isBright = isBright_[k / kBatch];
+      auto& isDark = isDark_[k / kBatch];
+      HWY_UNROLL(16)
+      for (int i = 0; i < LUM_CIRCLE; ++i) {
+        const V v = hn::LoadU(d, placeOf(p, i));
+        isBright[i][k % kBatch] = BitsOf(d, hn::Gt(v, limits.above));
+        isDark[i][k % kBatch] = BitsOf(d, hn::Lt(v, limits.below));
+      }
+    }
     uint32_t count = 0;
     for (uint32_t k = 0; k < vectors; k += kBatch) {
-      const uint32_t some = vectors - k < kBatch ? vectors - k : kBatch;
-      for (uint32_t n = 0; n < some; ++n) {
-        const uint8_t* p = row + vectorAt(vectors_[k + n]);
-        const Limits limits(hn::LoadU(d, p), hn::Set(d, barrier_));
-        HWY_UNROLL(16)
-        for (int i = 0; i < LUM_CIRCLE; ++i) {
-          const V v = hn::LoadU(d, placeOf(p, i));
-          isBright_[i][n] = BitsOf(d, hn::Gt(v, limits.above));
-          isDark_[i][n] = BitsOf(d, hn::Lt(v, limits.below));
-        }
-      }
-      uint64_t arcs[kBatch];
-      const BitsTag dBits;
-      hn::StoreU(hn::Or(ArcsOf(isBright_), ArcsOf(isDark_)), dBits, arcs);
-      for (uint32_t n = 0; n < some; ++n) {
-        const uint32_t x = vectors_[k + n];
-        vectors_[count] = vectorAt(x);
-        bits_[count] = arcs[n] & newBits(x);
-        count += bits_[count] != 0;
+      HWY_ALIGN uint64_t bright[kBatch], dark[kBatch];
+      hn::Store(ArcsOf(isBright_[k / kBatch]), BitsTag(), bright);
+      hn::Store(ArcsOf(isDark_[k / kBatch]), BitsTag(), dark);
+      for (uint32_t n = 0; n < kBatch && k + n < vectors; ++n) {
+        count += List(count, vectors_[k + n], bright[n], dark[n]);
       }
     }
     return count;
   }
-  static HWY_INLINE hn::Vec<BitsTag> ArcsOf(const uint64_t (&is)[LUM_CIRCLE][kBatch]) {
+
+  // A bit of each vector of a batch, for each place of the circle.
+  using BatchBits = uint64_t[LUM_CIRCLE][kBatch];
+  static HWY_INLINE hn::Vec<BitsTag> ArcsOf(const BatchBits& is) {
     hn::Vec<BitsTag> v[LUM_CIRCLE];
-    for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = hn::LoadU(BitsTag(), is[i]);
+    for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = hn::Load(BitsTag(), is[i]);
     return BestArc<kArc>(v, BothOf(), EitherOf());
   }
 
-  // The blocks of vectors that hold corners.
-  HWY_INLINE uint32_t ListBlocks(uint32_t vectors) {
+  // The blocks in which vectors have any of `bits`.
+  HWY_INLINE uint32_t ListBlocks(const uint64_t* bits, uint32_t vectors) {
     uint32_t count = 0;
     for (uint32_t k = 0; k < vectors; ++k) {
       for (uint32_t i = 0; i < kLanes; i += kFastBlock) {
         blocks_[count] = vectors_[k] + i;
-        blockBits_[count] = static_cast<uint16_t>(bits_[k] >> i);
+        blockBits_[count] = static_cast<uint16_t>(bits[k] >> i);
         count += blockBits_[count] != 0;
       }
     }
@@ -334,30 +326,50 @@ class RowSearch {
     return count;
   }
 
-  // The strengths of blocks that have candidates `bits`, of which the corners remain.
-  HWY_INLINE V StrengthsAt(const uint8_t* row, const uint32_t* x, uint32_t sides,
-                           uint64_t& bits) const {
-    const V centre = LoadBlocks(d, row, x);
-    V v[LUM_CIRCLE], best = hn::Zero(d);
-    for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = LoadBlocks(d, placeOf(row, i), x);
-    if (kComparesToBits || (sides & kBright) != 0) {
-      best = hn::SaturatedSub(BestArc<kArc>(v, SmallerOf(), LargerOf()), centre);
+  // The strengths of the corners of listed blocks, which are brighter or darker than their centres.
+  template <bool kIsBright>
+  HWY_INLINE void FillStrengths(const uint8_t* row, uint32_t blocks,
+                                const FastStrengths& strengths) const {
+    for (uint32_t k = 0; k < blocks; k += kGroup) {
+      const uint32_t* const x = blocks_ + k;
+      const auto strengthsBy = [&](auto load) HWY_ATTR {
+        V v[LUM_CIRCLE];
+        for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = load(placeOf(row, i));
+        return StrengthsOf<kIsBright>(v, load(row));
+      };
+      // Where there are corners everywhere, blocks are mostly neighbours.
+      bool isRun = true;
+      for (uint32_t i = 1; i < kGroup; ++i) isRun &= x[i] == x[0] + i * kFastBlock;
+      const V best =
+          isRun ? strengthsBy([&](const uint8_t* p) HWY_ATTR { return hn::LoadU(d, p + x[0]); })
+                : strengthsBy([&](const uint8_t* p) HWY_ATTR { return LoadBlocks(d, p, x); });
+      const auto* bits = reinterpret_cast<const uint8_t*>(blockBits_ + k);
+      HWY_ALIGN uint8_t strength[kLanes];
+      hn::Store(hn::IfThenElseZero(hn::LoadMaskBits(d, bits), best), d, strength);
+      const hn::CappedTag<uint8_t, kFastBlock> dBlock;
+      for (uint32_t i = 0; i < kGroup; ++i) {
+        const auto block = hn::Load(dBlock, strength + i * kFastBlock);
+        hn::StoreU(hn::Max(block, hn::LoadU(dBlock, strengths.at(x[i]))), dBlock,
+                   strengths.at(x[i]));
+      }
     }
-    if (kComparesToBits || (sides & kDark) != 0) {
-      best = hn::Max(best, hn::SaturatedSub(centre, BestArc<kArc>(v, LargerOf(), SmallerOf())));
+  }
+
+  template <bool kIsBright>
+  static HWY_INLINE V StrengthsOf(const V (&v)[LUM_CIRCLE], V centre) {
+    if constexpr (kIsBright) {
+      return hn::SaturatedSub(BestArc<kArc>(v, SmallerOf(), LargerOf()), centre);
+    } else {
+      return hn::SaturatedSub(centre, BestArc<kArc>(v, LargerOf(), SmallerOf()));
     }
-    const auto isCorner = hn::Gt(best, hn::Set(d, barrier_));
-    bits &= BitsOf(d, isCorner);
-    return hn::IfThenElseZero(isCorner, best);
   }
 
   const uint32_t begin_, end_;
   const uint8_t barrier_;
   ptrdiff_t offset_[LUM_CIRCLE];
   uint32_t vectors_[kVectors];
-  uint64_t bits_[kVectors];
-  uint8_t sides_[kVectors];
-  uint64_t isBright_[LUM_CIRCLE][kBatch] = {}, isDark_[LUM_CIRCLE][kBatch] = {};
+  uint64_t bright_[kVectors], dark_[kVectors];
+  HWY_ALIGN BatchBits isBright_[kVectors / kBatch], isDark_[kVectors / kBatch];
   uint32_t blocks_[kSegment / kFastBlock + kGroup];
   uint16_t blockBits_[kSegment / kFastBlock + kGroup];
 };

@@ -50,88 +50,83 @@ class SuppressedSearch {
   }
 
  private:
+  using Rows = RowSearch<kArc, FastTag>;
   static constexpr FastTag d{};
-  static constexpr uint32_t kLanes = static_cast<uint32_t>(hn::MaxLanes(FastTag()));
-  static constexpr uint32_t kGroup = kLanes / kFastBlock;
 
-  // A vector of blocks in which there are corners.
-  struct Group {
-    uint32_t x[kGroup];
-    uint64_t bits;
-  };
   struct Row {
-    uint32_t groups;
-    Group group[kWidest / kLanes + 1];
+    uint32_t count;  // of vectors in which there are corners
+    FastCorners corners[kWidest / Rows::kLanes + 1];
     uint8_t strength[kWidest];
   };
 
   HWY_INLINE Row& Clear(uint32_t y) {
     Row& row = rows_[y % 3];
-    row.groups = 0;
+    row.count = 0;
     std::memset(row.strength, 0, search_.width);
     return row;
   }
 
-  // Writes the strengths of row y; false when its last corner is the last of all.
+  // Finds the corners of row y; false when its last corner is the last of all.
   HWY_INLINE bool FindIn(uint32_t y) {
     Row& row = Clear(y);
-    return rowSearch_.FindStrengths(search_.src + size_t{y} * search_.stride,
-                                    [&](BlockCorners corners, hn::Vec<FastTag> strengths)
-                                        HWY_ATTR { return Take(corners, strengths, y, row); });
+    const uint8_t* src = search_.src + size_t{y} * search_.stride;
+    for (uint32_t x = rowSearch_.begin(), end; x < rowSearch_.end(); x = end) {
+      end = rowSearch_.end() - x < Rows::kSegment ? rowSearch_.end() : x + Rows::kSegment;
+      const uint32_t count = rowSearch_.Find(src, x, end, {row.strength, 0});
+      for (uint32_t k = 0; k < count; ++k) row.corners[row.count++] = rowSearch_[k];
+    }
+    for (uint32_t k = 0; k < row.count; ++k) {
+      if (!Choose(row.corners[k], y, row)) return LeaveOut(row, k + 1);
+    }
+    return true;
   }
 
-  HWY_INLINE bool Take(BlockCorners corners, hn::Vec<FastTag> strengths, uint32_t y, Row& row) {
-    HWY_ALIGN uint8_t strength[kLanes];
-    hn::Store(strengths, d, strength);
-    bool goesOn = true;
+  // Takes corners away that the mask does not allow or the list would have no room for. False when
+  // there is no room for more.
+  HWY_INLINE bool Choose(FastCorners& corners, uint32_t y, Row& row) {
     const auto more = static_cast<uint32_t>(hwy::PopCount(corners.bits));
-    if (mask_ || more >= search_.capacity - candidates_) {
-      corners.bits = Choose(corners, y, goesOn);
-      for (uint32_t lane = 0; lane < kLanes; ++lane) {
-        if (!(corners.bits >> lane & 1)) strength[lane] = 0;
-      }
-    } else {
+    if (!mask_ && more < search_.capacity - candidates_) {
       candidates_ += more;
+      return true;
     }
-    // The last blocks of a row cover pixels of those before.
-    const hn::Full128<uint8_t> dBlock;
-    for (uint32_t i = 0; i < kGroup; ++i) {
-      uint8_t* const to = row.strength + corners.x[i];
-      const auto block = hn::Load(dBlock, strength + i * kFastBlock);
-      hn::StoreU(hn::Max(block, hn::LoadU(dBlock, to)), dBlock, to);
-    }
-    Group& group = row.group[row.groups];
-    std::memcpy(group.x, corners.x, sizeof group.x);
-    group.bits = corners.bits;
-    row.groups += corners.bits != 0;
-    return goesOn;
-  }
-
-  // The corners that the mask allows and the list would have room for.
-  HWY_INLINE uint64_t Choose(BlockCorners corners, uint32_t y, bool& goesOn) {
     uint64_t chosen = 0;
-    for (uint64_t bits = corners.bits; goesOn && bits != 0; bits &= bits - 1) {
-      const auto lane = static_cast<uint32_t>(__builtin_ctzll(bits));
-      if (mask_ && lumFastIsMasked(*mask_, scale_, corners.xOf(lane), y)) continue;
+    bool goesOn = true;
+    for (uint64_t bits = corners.bits; bits != 0; bits &= bits - 1) {
+      const auto x = corners.x + static_cast<uint32_t>(__builtin_ctzll(bits));
+      if (!goesOn || (mask_ && lumFastIsMasked(*mask_, scale_, x, y))) {
+        row.strength[x] = 0;
+        continue;
+      }
       chosen |= bits & -bits;
       goesOn = ++candidates_ < search_.capacity;
     }
-    return chosen;
+    corners.bits = chosen;
+    return goesOn;
+  }
+
+  // Takes away the corners of all vectors from the given one on.
+  HWY_INLINE bool LeaveOut(Row& row, uint32_t first) {
+    for (uint32_t k = first; k < row.count; ++k) {
+      for (uint64_t bits = row.corners[k].bits; bits != 0; bits &= bits - 1) {
+        row.strength[row.corners[k].x + static_cast<uint32_t>(__builtin_ctzll(bits))] = 0;
+      }
+    }
+    row.count = first;
+    return false;
   }
 
   HWY_INLINE void KeepFrom(uint32_t y) {
-    const uint8_t *above = rows_[(y + 2) % 3].strength, *below = rows_[(y + 1) % 3].strength;
     const Row& row = rows_[y % 3];
-    for (const Group* group = row.group; group != row.group + row.groups; ++group) {
-      const auto load = [&](const uint8_t* p) HWY_ATTR { return LoadBlocks(d, p, group->x); };
-      const auto own = load(row.strength);
-      auto other = hn::Max(load(row.strength - 1), load(row.strength + 1));
-      for (const uint8_t* p : {above, below}) {
-        other = hn::Max(other, hn::Max(load(p - 1), hn::Max(load(p), load(p + 1))));
+    const uint8_t *above = rows_[(y + 2) % 3].strength, *below = rows_[(y + 1) % 3].strength;
+    for (uint32_t k = 0; k < row.count; ++k) {
+      const auto [x, corners] = row.corners[k];
+      const auto own = hn::LoadU(d, row.strength + x);
+      auto other = hn::Max(hn::LoadU(d, row.strength + x - 1), hn::LoadU(d, row.strength + x + 1));
+      for (const uint8_t* p : {above + x, below + x}) {
+        other = hn::Max(other, hn::LoadU(d, p));
+        other = hn::Max(other, hn::Max(hn::LoadU(d, p - 1), hn::LoadU(d, p + 1)));
       }
-      HWY_ALIGN uint8_t strength[kLanes];
-      hn::Store(own, d, strength);
-      out_.AddAll(BlockCorners{group->x, BitsOf(d, hn::Gt(own, other)) & group->bits}, y, strength);
+      out_.AddAll({x, BitsOf(d, hn::Gt(own, other)) & corners}, y, row.strength + x);
     }
   }
 
