@@ -12,6 +12,7 @@
 #include "cpu/lumenFastArc.h"
 #include "lumenGuardedMemory.h"
 #include "lumenTestDriverSupport.h"
+#include "lumenTestFast.h"
 #include "lumenVector.h"
 
 namespace {
@@ -333,4 +334,43 @@ TEST(FastDeathTest, SuppressionNeedsItsWorkArea) {
   dies(lumCornerFast10Scoreu8C, "src/cpu/lumenFast10C.cpp@1529");
   diesMasked(lumCornerFast10InMaskScoreu8C, "src/cpu/lumenFast10C.cpp@1653");
   forVectors(lumCornerFast9Scoreu8_v2V, [&](auto* f) { dies(f, "src/cpu/lumenFastC.cpp@3097"); });
+}
+
+TEST(Fast, ExplanationsNameTheFirstCornerThatDiffers) {
+  using Form = LUMEN_TEST_FastScored;
+  constexpr auto kDescription = Form::of<lumCornerFast9Scoreu8, LUMEN_FUNC_lumCornerFast9Scoreu8>();
+  struct List {
+    uint32_t count, xy[6], scores[3];
+  };
+  const auto explain = [&](List got, List want) {
+    const auto argumentsOf = [](List& list) {
+      LUMEN_TEST_Arguments a = {};
+      a.setValue(Form::kCapacity, 3u);
+      a.image[Form::kXY] = list.xy;
+      a.image[Form::kScores] = list.scores;
+      a.image[Form::kCount] = &list.count;
+      return a;
+    };
+    const CapturedLog log;
+    kDescription.explain(argumentsOf(got), argumentsOf(want));
+    return testing::PrintToString(CapturedLog::lines());
+  };
+  const List want = {2, {5, 6, 7, 8}, {30, 40}};
+  using testing::HasSubstr;
+  const auto says = [](const std::string& text) {
+    return HasSubstr("lumCornerFast9Scoreu8: " + text + "\"");
+  };
+  EXPECT_THAT(explain({2, {5, 6, 7, 9}, {31, 40}}, want),
+              says("corner 0 of 2 is (5, 6) with 31 instead of (5, 6) with 30"));
+  EXPECT_THAT(explain({2, {5, 6, 8, 8}, {30, 40}}, want),
+              says("corner 1 of 2 is (8, 8) with 40 instead of (7, 8) with 40"));
+  EXPECT_THAT(explain({1, {5, 6}, {30}}, want),
+              says("corner 1 of 1 is none instead of (7, 8) with 40"));
+  EXPECT_THAT(explain({3, {5, 6, 7, 8, 9, 9}, {30, 40, 50}}, want),
+              says("corner 2 of 3 is (9, 9) with 50 instead of none"));
+  EXPECT_THAT(
+      explain({4000000000, {1, 2, 3, 4, 5, 6}, {7, 8, 9}}, {3, {1, 2, 3, 4, 5, 6}, {7, 8, 9}}),
+      says("says 4000000000 corners instead of 3"));
+  EXPECT_THAT(explain({2, {5, 6, 7, 8, 1}, {30, 40}}, want),
+              says("all 2 corners are right, but not what lies behind them"));
 }

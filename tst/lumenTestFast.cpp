@@ -5,18 +5,19 @@
 
 namespace {
 
-constexpr auto ku8 = LUMEN_TEST_FastPlain::of<lumCornerFast9u8>(LUMEN_FUNC_lumCornerFast9u8);
+constexpr auto ku8 = LUMEN_TEST_FastPlain::of<lumCornerFast9u8, LUMEN_FUNC_lumCornerFast9u8>();
 constexpr auto kScoreu8 =
-    LUMEN_TEST_FastScored::of<lumCornerFast9Scoreu8>(LUMEN_FUNC_lumCornerFast9Scoreu8);
+    LUMEN_TEST_FastScored::of<lumCornerFast9Scoreu8, LUMEN_FUNC_lumCornerFast9Scoreu8>();
 constexpr auto kScoreu8_v2 =
-    LUMEN_TEST_FastSuppressed::of<lumCornerFast9Scoreu8_v2>(LUMEN_FUNC_lumCornerFast9Scoreu8_v2);
+    LUMEN_TEST_FastSuppressed::of<lumCornerFast9Scoreu8_v2, LUMEN_FUNC_lumCornerFast9Scoreu8_v2>();
 constexpr auto kInMasku8 =
-    LUMEN_TEST_FastMasked::of<lumCornerFast9InMasku8>(LUMEN_FUNC_lumCornerFast9InMasku8);
-constexpr auto kInMaskScoreu8 = LUMEN_TEST_FastScoredMasked::of<lumCornerFast9InMaskScoreu8>(
-    LUMEN_FUNC_lumCornerFast9InMaskScoreu8);
+    LUMEN_TEST_FastMasked::of<lumCornerFast9InMasku8, LUMEN_FUNC_lumCornerFast9InMasku8>();
+constexpr auto kInMaskScoreu8 =
+    LUMEN_TEST_FastScoredMasked::of<lumCornerFast9InMaskScoreu8,
+                                    LUMEN_FUNC_lumCornerFast9InMaskScoreu8>();
 constexpr auto kInMaskScoreu8_v2 =
-    LUMEN_TEST_FastSuppressedMasked::of<lumCornerFast9InMaskScoreu8_v2>(
-        LUMEN_FUNC_lumCornerFast9InMaskScoreu8_v2);
+    LUMEN_TEST_FastSuppressedMasked::of<lumCornerFast9InMaskScoreu8_v2,
+                                        LUMEN_FUNC_lumCornerFast9InMaskScoreu8_v2>();
 
 }  // namespace
 

@@ -10,10 +10,45 @@
 
 #include <algorithm>
 #include <array>
+#include <sstream>
+#include <string>
 #include <string_view>
 
 #include "lumen/lumenFast.h"
+#include "lumenTestLog.h"
 #include "lumenTestModule.h"
+
+// The first corner in which a list differs from what was expected, for any detector of which a form
+// tells where the lists are.
+template <class Form, LUMEN_FUNC id, class Score>
+void LUMEN_TEST_ExplainCorners(const LUMEN_TEST_Arguments& got, const LUMEN_TEST_Arguments& want) {
+  const char* const name = LUMEN_FUNC_NAME[id];
+  const uint64_t found = std::min(Form::foundBy(got), Form::capacityOf(got));
+  const uint64_t wanted = std::min(Form::foundBy(want), Form::capacityOf(want));
+  const auto textOf = [](const LUMEN_TEST_Arguments& a, uint64_t k, uint64_t count) {
+    if (k >= count) return std::string("none");
+    const uint32_t* const xy = a.as<const uint32_t>(Form::kXY) + 2 * k;
+    std::ostringstream text;
+    text << "(" << xy[0] << ", " << xy[1] << ")";
+    if constexpr (Form::hasScores) text << " with " << a.as<const Score>(Form::kScores)[k];
+    return text.str();
+  };
+  for (uint64_t k = 0; k < std::max(found, wanted); ++k) {
+    const std::string here = textOf(got, k, found), there = textOf(want, k, wanted);
+    if (here == there) continue;
+    LUMEN_TEST_Log("%s: corner %u of %u is %s instead of %s", name, static_cast<unsigned>(k),
+                   static_cast<unsigned>(found), here.c_str(), there.c_str());
+    return;
+  }
+  if (Form::foundBy(got) != Form::foundBy(want)) {
+    LUMEN_TEST_Log("%s: says %u corners instead of %u", name,
+                   static_cast<unsigned>(Form::foundBy(got)),
+                   static_cast<unsigned>(Form::foundBy(want)));
+  } else {
+    LUMEN_TEST_Log("%s: all %u corners are right, but not what lies behind them", name,
+                   static_cast<unsigned>(found));
+  }
+}
 
 // What a function takes beside the image, and where that is among its images and numbers.
 template <bool kHasMask, bool kHasScores, bool kHasWork>
@@ -37,6 +72,7 @@ struct LUMEN_TEST_FastForm {
     kNumbers
   };
   using Arguments = LUMEN_TEST_Arguments;
+  static constexpr bool hasScores = kHasScores;
 
   // Room for one corner at least.
   static uint64_t capacityOf(const Arguments& a) {
@@ -154,8 +190,8 @@ struct LUMEN_TEST_FastForm {
   }
 
   // Scripts are named as what follows lumCornerFast in the function's name.
-  template <auto* find>
-  static constexpr LUMEN_TEST_Description of(LUMEN_FUNC id) {
+  template <auto* find, LUMEN_FUNC id>
+  static constexpr LUMEN_TEST_Description of() {
     return {.name = LUMEN_FUNC_NAME[id],
             .id = id,
             .scripts = {"lumencornerfast",
@@ -165,7 +201,8 @@ struct LUMEN_TEST_FastForm {
             .scalars = scalars,
             .call = call<find>,
             .sizes = {.leastWidth = 7, .leastHeight = 7},
-            .adjust = adjust};
+            .adjust = adjust,
+            .explain = LUMEN_TEST_ExplainCorners<LUMEN_TEST_FastForm, id, uint32_t>};
   }
 };
 

@@ -5,13 +5,14 @@
 
 namespace {
 
-constexpr auto ku8 = LUMEN_TEST_FastPlain::of<lumCornerFast10u8>(LUMEN_FUNC_lumCornerFast10u8);
+constexpr auto ku8 = LUMEN_TEST_FastPlain::of<lumCornerFast10u8, LUMEN_FUNC_lumCornerFast10u8>();
 constexpr auto kScoreu8 =
-    LUMEN_TEST_FastSuppressed::of<lumCornerFast10Scoreu8>(LUMEN_FUNC_lumCornerFast10Scoreu8);
+    LUMEN_TEST_FastSuppressed::of<lumCornerFast10Scoreu8, LUMEN_FUNC_lumCornerFast10Scoreu8>();
 constexpr auto kInMasku8 =
-    LUMEN_TEST_FastMasked::of<lumCornerFast10InMasku8>(LUMEN_FUNC_lumCornerFast10InMasku8);
-constexpr auto kInMaskScoreu8 = LUMEN_TEST_FastSuppressedMasked::of<lumCornerFast10InMaskScoreu8>(
-    LUMEN_FUNC_lumCornerFast10InMaskScoreu8);
+    LUMEN_TEST_FastMasked::of<lumCornerFast10InMasku8, LUMEN_FUNC_lumCornerFast10InMasku8>();
+constexpr auto kInMaskScoreu8 =
+    LUMEN_TEST_FastSuppressedMasked::of<lumCornerFast10InMaskScoreu8,
+                                        LUMEN_FUNC_lumCornerFast10InMaskScoreu8>();
 
 }  // namespace
 

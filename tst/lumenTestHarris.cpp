@@ -74,12 +74,16 @@ constexpr auto kLocalImages = [] {
 constexpr LUMEN_TEST_Scalar kPosition[] = {{"posX", Type::u32, 0, 4000, 160},
                                            {"posY", Type::u32, 0, 4000, 120}};
 
-constexpr LUMEN_TEST_Description describe(LUMEN_FUNC id, const char* suffix,
+// Form: where the lists are; void: nowhere.
+template <LUMEN_FUNC id, class Form>
+constexpr LUMEN_TEST_Description describe(const char* suffix,
                                           std::span<const LUMEN_TEST_Image> images,
                                           std::span<const LUMEN_TEST_Scalar> scalars,
                                           void (*call)(const Arguments&),
                                           LUMEN_TEST_Sizes sizes = {5, 5},
                                           void (*adjust)(Arguments&) = nullptr) {
+  void (*explain)(const Arguments&, const Arguments&) = nullptr;
+  if constexpr (!std::is_void_v<Form>) explain = LUMEN_TEST_ExplainCorners<Form, id, int32_t>;
   return {.name = LUMEN_FUNC_NAME[id],
           .id = id,
           .scripts = {"lumencornerharris", suffix, /*hasProfiling=*/false},
@@ -87,7 +91,8 @@ constexpr LUMEN_TEST_Description describe(LUMEN_FUNC id, const char* suffix,
           .scalars = scalars,
           .call = call,
           .sizes = sizes,
-          .adjust = adjust};
+          .adjust = adjust,
+          .explain = explain};
 }
 
 template <auto* find>
@@ -97,13 +102,12 @@ void callPlain(const Arguments& a) {
        a.value<int32_t>(kThreshold));
 }
 
-constexpr auto ku8 = describe(LUMEN_FUNC_lumCornerHarrisu8, "u8", Plain::images,
-                              kNumbersOf<Plain, 0>, callPlain<lumCornerHarrisu8>);
-constexpr auto kAdaptiveu8 =
-    describe(LUMEN_FUNC_lumCornerHarrisAdaptiveu8, "Adaptiveu8", Plain::images,
-             kNumbersOf<Plain, 0>, callPlain<lumCornerHarrisAdaptiveu8>);
-constexpr auto kInMasku8 = describe(
-    LUMEN_FUNC_lumCornerHarrisInMasku8, "InMasku8", Masked::images, kNumbersOf<Masked, 0>,
+constexpr auto ku8 = describe<LUMEN_FUNC_lumCornerHarrisu8, Plain>(
+    "u8", Plain::images, kNumbersOf<Plain, 0>, callPlain<lumCornerHarrisu8>);
+constexpr auto kAdaptiveu8 = describe<LUMEN_FUNC_lumCornerHarrisAdaptiveu8, Plain>(
+    "Adaptiveu8", Plain::images, kNumbersOf<Plain, 0>, callPlain<lumCornerHarrisAdaptiveu8>);
+constexpr auto kInMasku8 = describe<LUMEN_FUNC_lumCornerHarrisInMasku8, Masked>(
+    "InMasku8", Masked::images, kNumbersOf<Masked, 0>,
     [](const Arguments& a) {
       lumCornerHarrisInMasku8(
           a.as<const uint8_t>(0), a.width, a.height, a.stride[0], a.value<uint32_t>(kBorder),
@@ -112,17 +116,16 @@ constexpr auto kInMasku8 = describe(
           a.value<uint32_t>(Masked::kMaskWidth), a.value<uint32_t>(Masked::kMaskHeight));
     },
     {1, 1}, Masked::adjust);
-constexpr auto kScoreu8 =
-    describe(LUMEN_FUNC_lumCornerHarrisScoreu8, "Scoreu8", kScoredImages, kSuppressNumbers,
-             [](const Arguments& a) {
-               lumCornerHarrisScoreu8(a.as<const uint8_t>(0), a.width, a.height, a.stride[0],
-                                      a.value<uint32_t>(kBorder), a.as<uint32_t>(Scored::kXY),
-                                      a.as<int32_t>(Scored::kScores), a.value<uint32_t>(kCapacity),
-                                      a.as<uint32_t>(Scored::kCount), a.value<int32_t>(kThreshold),
-                                      a.value<uint32_t>(kSuppress));
-             });
-constexpr auto kLocalu8 = describe(
-    LUMEN_FUNC_lumLocalHarrisMaxu8, "LocalMaxu8", kLocalImages, kPosition,
+constexpr auto kScoreu8 = describe<LUMEN_FUNC_lumCornerHarrisScoreu8, Scored>(
+    "Scoreu8", kScoredImages, kSuppressNumbers, [](const Arguments& a) {
+      lumCornerHarrisScoreu8(a.as<const uint8_t>(0), a.width, a.height, a.stride[0],
+                             a.value<uint32_t>(kBorder), a.as<uint32_t>(Scored::kXY),
+                             a.as<int32_t>(Scored::kScores), a.value<uint32_t>(kCapacity),
+                             a.as<uint32_t>(Scored::kCount), a.value<int32_t>(kThreshold),
+                             a.value<uint32_t>(kSuppress));
+    });
+constexpr auto kLocalu8 = describe<LUMEN_FUNC_lumLocalHarrisMaxu8, void>(
+    "LocalMaxu8", kLocalImages, kPosition,
     [](const Arguments& a) {
       lumLocalHarrisMaxu8(a.as<const uint8_t>(0), a.width, a.height, a.stride[0],
                           a.value<uint32_t>(0), a.value<uint32_t>(1), a.as<uint32_t>(1),
@@ -133,14 +136,13 @@ constexpr auto kLocalu8 = describe(
       a.setValue(0, a.value<uint32_t>(0) % a.width);
       a.setValue(1, a.value<uint32_t>(1) % a.height);
     });
-constexpr auto kFeaturesu8 =
-    describe(LUMEN_FUNC_lumGoodFeatureToTracku8, "GoodFeatureu8", Plain::images, kFeatureNumbers,
-             [](const Arguments& a) {
-               lumGoodFeatureToTracku8(a.as<const uint8_t>(0), a.width, a.height, a.stride[0],
-                                       a.value<uint32_t>(kBorder), a.as<uint32_t>(Plain::kXY),
-                                       a.value<uint32_t>(kCapacity), a.as<uint32_t>(Plain::kCount),
-                                       a.value<float>(kQuality), a.value<uint32_t>(kDistance));
-             });
+constexpr auto kFeaturesu8 = describe<LUMEN_FUNC_lumGoodFeatureToTracku8, Plain>(
+    "GoodFeatureu8", Plain::images, kFeatureNumbers, [](const Arguments& a) {
+      lumGoodFeatureToTracku8(a.as<const uint8_t>(0), a.width, a.height, a.stride[0],
+                              a.value<uint32_t>(kBorder), a.as<uint32_t>(Plain::kXY),
+                              a.value<uint32_t>(kCapacity), a.as<uint32_t>(Plain::kCount),
+                              a.value<float>(kQuality), a.value<uint32_t>(kDistance));
+    });
 
 }  // namespace
 

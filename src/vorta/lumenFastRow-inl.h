@@ -1,0 +1,381 @@
+// The FAST corners of a row, for any arc length.
+//
+// A row is searched in steps, each of which lists what the next one looks at: vectors of pixels
+// that may hold corners, those that do, and the blocks of 16 pixels in these that do. The steps are
+// loops without branches that depend on the picture: where it has edges, such branches are taken or
+// not as if at random.
+//
+// Brightness is compared with saturation: centre plus barrier stops at 255 and centre less barrier
+// at 0, beyond which no pixel lies. That is right for barriers from 0 to 254.
+
+// Include guard for each target that this is compiled for.
+#if defined(LUMEN_FAST_ROW_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef LUMEN_FAST_ROW_INL_H
+#undef LUMEN_FAST_ROW_INL_H
+#else
+#define LUMEN_FAST_ROW_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+#include <cstring>
+
+#include "cpu/lumenFastArc.h"
+#include "vorta/lumenFastArc-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace lumen {
+namespace HWY_NAMESPACE {
+
+inline constexpr uint32_t kFastBlock = 16;
+
+// The blocks that begin at p[x[0]], p[x[1]] and so forth, as one vector.
+template <class D>
+HWY_INLINE hn::Vec<D> LoadBlocks(D d, const uint8_t* p, const uint32_t* x) {
+  if constexpr (hn::MaxLanes(d) == kFastBlock) {
+    return hn::LoadU(d, p + x[0]);
+  } else if constexpr (hn::MaxLanes(d) == 2 * kFastBlock) {
+    const hn::Half<D> half;
+    return hn::Combine(d, hn::LoadU(half, p + x[1]), hn::LoadU(half, p + x[0]));
+  } else {
+    const hn::Repartition<uint32_t, D> d32;
+    const auto load = [&](int i) HWY_ATTR {
+      return hn::LoadDup128(d32, reinterpret_cast<const uint32_t*>(p + x[i]));
+    };
+    auto v = load(3);
+    v = hn::IfThenElse(hn::FirstN(d32, 12), load(2), v);
+    v = hn::IfThenElse(hn::FirstN(d32, 8), load(1), v);
+    v = hn::IfThenElse(hn::FirstN(d32, 4), load(0), v);
+    return hn::BitCast(d, v);
+  }
+}
+
+// Corners of a vector that begins at x: a bit for each pixel.
+struct FastCorners {
+  uint32_t x;
+  uint64_t bits;
+};
+
+// A bit for each lane.
+template <class D>
+HWY_INLINE uint64_t BitsOf(D d, hn::Mask<D> mask) {
+  uint64_t bits = 0;
+  hn::StoreMaskBits(d, mask, reinterpret_cast<uint8_t*>(&bits));
+  return bits;
+}
+
+// Lanes of `mask` where a > b.
+template <class V, class M>
+HWY_INLINE M GtAmong(M mask, V a, V b) {
+  return hn::And(mask, hn::Gt(a, b));
+}
+#if HWY_TARGET == HWY_AVX3
+HWY_INLINE hn::Mask512<uint8_t> GtAmong(hn::Mask512<uint8_t> mask, hn::Vec512<uint8_t> a,
+                                        hn::Vec512<uint8_t> b) {
+  return hn::Mask512<uint8_t>{_mm512_mask_cmpgt_epu8_mask(mask.raw, a.raw, b.raw)};
+}
+#endif
+
+// Where corners go.
+struct FastOutput {
+  const lumFastSearch& search;
+  const lumFastMask* mask;
+  lumFastMaskScale scale;
+  uint32_t* scores;  // null: not wanted
+  uint32_t count;
+
+  HWY_INLINE bool IsMasked(uint32_t x, uint32_t y) const {
+    return mask && lumFastIsMasked(*mask, scale, x, y);
+  }
+  HWY_INLINE void Put(uint32_t at, uint32_t x, uint32_t y, uint32_t score) const {
+    search.xy[2 * size_t{at}] = x;
+    search.xy[2 * size_t{at} + 1] = y;
+    if (scores) scores[at] = score;
+  }
+  // False when the search is over.
+  HWY_INLINE bool Add(uint32_t x, uint32_t y, uint32_t score) {
+    if (IsMasked(x, y)) return true;
+    Put(count, x, y, score);
+    return ++count < search.capacity;
+  }
+  // With strengths, that of corners.x first, where scores are wanted.
+  HWY_INLINE bool AddAll(const FastCorners& corners, uint32_t y, const uint8_t* strength) {
+    const auto add = [&](auto put) HWY_ATTR {
+      for (uint64_t bits = corners.bits; bits != 0; bits &= bits - 1) {
+        const auto lane = static_cast<uint32_t>(__builtin_ctzll(bits));
+        if (!put(corners.x + lane, strength ? strength[lane] - 1u : 0)) return false;
+      }
+      return true;
+    };
+    const auto more = static_cast<uint32_t>(hwy::PopCount(corners.bits));
+    if (mask || search.capacity <= count || more >= search.capacity - count) {
+      return add([&](uint32_t x, uint32_t score) HWY_ATTR { return Add(x, y, score); });
+    }
+    uint32_t at = count;
+    count += more;
+    return add([&, xy = search.xy](uint32_t x, uint32_t score) HWY_ATTR {
+      xy[2 * size_t{at}] = x;
+      xy[2 * size_t{at} + 1] = y;
+      if (strength) scores[at] = score;
+      ++at;
+      return true;
+    });
+  }
+};
+
+// Room for the strengths of columns from `origin` on: by how much the barrier can grow until a
+// pixel is no corner, and 0 where there is none. Its user clears it.
+struct FastStrengths {
+  uint8_t* row;
+  uint32_t origin;
+  HWY_INLINE uint8_t* at(uint32_t x) const { return row + (x - origin); }
+};
+
+template <int kArc, class D>
+class RowSearch {
+ public:
+  using V = hn::Vec<D>;
+
+  // The columns between the borders must be a vector at least.
+  explicit RowSearch(const lumFastSearch& search)
+      : begin_(search.border),
+        end_(search.width - search.border),
+        barrier_(static_cast<uint8_t>(search.barrier)) {
+    lumCircleOffsets(offset_, search.stride);
+  }
+
+  static constexpr uint32_t kLanes = static_cast<uint32_t>(hn::MaxLanes(D()));
+  // Lists are as long as a part of a row may make them.
+  static constexpr uint32_t kSegment = 2048;
+
+  uint32_t begin() const { return begin_; }
+  uint32_t end() const { return end_; }
+
+  // Finds the corners of columns `begin` to `end`, in vectors that may reach back before `begin`.
+  // Their number.
+  HWY_INLINE uint32_t Find(const uint8_t* row, uint32_t begin, uint32_t end) {
+    const uint32_t vectors = ListVectors(row, begin, end);
+    if constexpr (kComparesToBits) return ListCorners(row, vectors);
+    else return ListStrengths(row, ListCandidates(row, vectors), nullptr);
+  }
+  // The same with their strengths.
+  HWY_INLINE uint32_t Find(const uint8_t* row, uint32_t begin, uint32_t end,
+                           const FastStrengths& strengths) {
+    const uint32_t vectors = ListVectors(row, begin, end);
+    if constexpr (kComparesToBits) {
+      const uint32_t some = ListCorners(row, vectors);
+      FillStrengths<true>(row, ListBlocks(bright_, some), strengths);
+      FillStrengths<false>(row, ListBlocks(dark_, some), strengths);
+      return some;
+    } else {
+      return ListStrengths(row, ListCandidates(row, vectors), &strengths);
+    }
+  }
+  // What was found.
+  HWY_INLINE FastCorners operator[](uint32_t k) const {
+    return {vectors_[k], bright_[k] | dark_[k]};
+  }
+
+ private:
+  static constexpr D d{};
+  static constexpr uint32_t kGroup = kLanes / kFastBlock, kVectors = kSegment / kLanes;
+  // Whether a comparison yields a number of a bit for each lane, without further work.
+  static constexpr bool kComparesToBits = kLanes == 64;
+  // How many of these numbers make a vector.
+  using BitsTag = hn::Repartition<uint64_t, D>;
+  static constexpr uint32_t kBatch = kLanes / 8;
+
+  HWY_INLINE const uint8_t* placeOf(const uint8_t* p, int i) const { return p + offset_[i]; }
+  // The last vector of a row covers pixels of the one before, where corners are not new.
+  HWY_INLINE uint32_t vectorAt(uint32_t x) const { return end_ - x < kLanes ? end_ - kLanes : x; }
+  HWY_INLINE uint64_t newBits(uint32_t x) const { return ~uint64_t{0} << (x - vectorAt(x)); }
+
+  // What is brighter or darker than the centre by more than the barrier, beyond these.
+  struct Limits {
+    V above, below;
+    HWY_INLINE Limits(V centre, V barrier)
+        : above(hn::SaturatedAdd(centre, barrier)), below(hn::SaturatedSub(centre, barrier)) {}
+  };
+
+  // Pixels where of each of some pairs of opposite pixels one is bright or dark enough. Each arc
+  // has one of each pair.
+  struct Candidates {
+    hn::Mask<D> bright, dark;
+  };
+  template <int kPairs>
+  HWY_INLINE Candidates CandidatesAt(const uint8_t* p) const {
+    const Limits limits(hn::LoadU(d, p), hn::Set(d, barrier_));
+    const auto among = [&](int i, const Candidates* before) HWY_ATTR {
+      const V a = hn::LoadU(d, placeOf(p, i)), b = hn::LoadU(d, placeOf(p, i + 8));
+      const V brighter = hn::Max(a, b), darker = hn::Min(a, b);
+      if (!before) return Candidates{hn::Gt(brighter, limits.above), hn::Lt(darker, limits.below)};
+      return Candidates{GtAmong(before->bright, brighter, limits.above),
+                        GtAmong(before->dark, limits.below, darker)};
+    };
+    Candidates all = among(0, nullptr);
+    for (int i = 8 / kPairs; i < 8; i += 8 / kPairs) all = among(i, &all);
+    return all;
+  }
+
+  HWY_INLINE uint32_t ListVectors(const uint8_t* row, uint32_t begin, uint32_t end) {
+    uint32_t count = 0;
+    for (uint32_t x = begin; x < end; x += kLanes) {
+      const Candidates all = CandidatesAt<2>(row + vectorAt(x));
+      vectors_[count] = x;
+      count += !hn::AllFalse(d, hn::Or(all.bright, all.dark));
+    }
+    return count;
+  }
+
+  // Those of the vectors that may still hold corners, and where.
+  HWY_INLINE uint32_t ListCandidates(const uint8_t* row, uint32_t vectors) {
+    uint32_t count = 0;
+    for (uint32_t k = 0; k < vectors; ++k) {
+      const uint32_t x = vectors_[k];
+      const Candidates all = CandidatesAt<4>(row + vectorAt(x));
+      count += List(count, x, BitsOf(d, all.bright), BitsOf(d, all.dark));
+    }
+    return count;
+  }
+
+  // Writes a vector to a place of the list. Whether it stays.
+  HWY_INLINE bool List(uint32_t place, uint32_t x, uint64_t bright, uint64_t dark) {
+    vectors_[place] = vectorAt(x);
+    bright_[place] = bright & newBits(x);
+    dark_[place] = dark & newBits(x);
+    return (bright_[place] | dark_[place]) != 0;
+  }
+
+  // Those of the candidates that are corners, and their strengths.
+  HWY_INLINE uint32_t ListStrengths(const uint8_t* row, uint32_t vectors,
+                                    const FastStrengths* strengths) {
+    uint32_t count = 0;
+    for (uint32_t k = 0; k < vectors; ++k) {
+      const uint32_t x = vectors_[k];
+      const uint64_t bright = bright_[k], dark = dark_[k];
+      V v[LUM_CIRCLE], best = hn::Zero(d);
+      const V centre = hn::LoadU(d, row + x);
+      for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = hn::LoadU(d, placeOf(row + x, i));
+      if (bright != 0) best = StrengthsOf<true>(v, centre);
+      if (dark != 0) best = hn::Max(best, StrengthsOf<false>(v, centre));
+      const auto isCorner = hn::Gt(best, hn::Set(d, barrier_));
+      const uint64_t corners = BitsOf(d, isCorner);
+      vectors_[count] = x;
+      bright_[count] = bright & corners;
+      dark_[count] = dark & corners;
+      const bool isAny = ((bright | dark) & corners) != 0;
+      count += isAny;
+      if (strengths && isAny) {
+        uint8_t* const to = strengths->at(x);
+        hn::StoreU(hn::Max(hn::IfThenElseZero(isCorner, best), hn::LoadU(d, to)), d, to);
+      }
+    }
+    return count;
+  }
+
+  // Those of the vectors that hold corners, and where. For each place of the circle, the bits of as
+  // many vectors as make a vector of bits are looked at together.
+  HWY_INLINE uint32_t ListCorners(const uint8_t* row, uint32_t vectors) {
+    for (uint32_t k = 0; k < vectors; ++k) {
+      const uint8_t* p = row + vectorAt(vectors_[k]);
+      const Limits limits(hn::LoadU(d, p), hn::Set(d, barrier_));
+      auto& isBright = isBright_[k / kBatch];
+      auto& isDark = isDark_[k / kBatch];
+      HWY_UNROLL(16)
+      for (int i = 0; i < LUM_CIRCLE; ++i) {
+        const V v = hn::LoadU(d, placeOf(p, i));
+        isBright[i][k % kBatch] = BitsOf(d, hn::Gt(v, limits.above));
+        isDark[i][k % kBatch] = BitsOf(d, hn::Lt(v, limits.below));
+      }
+    }
+    uint32_t count = 0;
+    for (uint32_t k = 0; k < vectors; k += kBatch) {
+      HWY_ALIGN uint64_t bright[kBatch], dark[kBatch];
+      hn::Store(ArcsOf(isBright_[k / kBatch]), BitsTag(), bright);
+      hn::Store(ArcsOf(isDark_[k / kBatch]), BitsTag(), dark);
+      for (uint32_t n = 0; n < kBatch && k + n < vectors; ++n) {
+        count += List(count, vectors_[k + n], bright[n], dark[n]);
+      }
+    }
+    return count;
+  }
+
+  // A bit of each vector of a batch, for each place of the circle.
+  using BatchBits = uint64_t[LUM_CIRCLE][kBatch];
+  static HWY_INLINE hn::Vec<BitsTag> ArcsOf(const BatchBits& is) {
+    hn::Vec<BitsTag> v[LUM_CIRCLE];
+    for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = hn::Load(BitsTag(), is[i]);
+    return BestArc<kArc>(v, BothOf(), EitherOf());
+  }
+
+  // The blocks in which vectors have any of `bits`.
+  HWY_INLINE uint32_t ListBlocks(const uint64_t* bits, uint32_t vectors) {
+    uint32_t count = 0;
+    for (uint32_t k = 0; k < vectors; ++k) {
+      for (uint32_t i = 0; i < kLanes; i += kFastBlock) {
+        blocks_[count] = vectors_[k] + i;
+        blockBits_[count] = static_cast<uint16_t>(bits[k] >> i);
+        count += blockBits_[count] != 0;
+      }
+    }
+    // What the last group lacks: no pixels of a block that is there.
+    for (uint32_t i = count; count % kGroup != 0 && i < count + kGroup; ++i) {
+      blocks_[i] = blocks_[count - 1];
+      blockBits_[i] = 0;
+    }
+    return count;
+  }
+
+  // The strengths of the corners of listed blocks, which are brighter or darker than their centres.
+  template <bool kIsBright>
+  HWY_INLINE void FillStrengths(const uint8_t* row, uint32_t blocks,
+                                const FastStrengths& strengths) const {
+    for (uint32_t k = 0; k < blocks; k += kGroup) {
+      const uint32_t* const x = blocks_ + k;
+      const auto strengthsBy = [&](auto load) HWY_ATTR {
+        V v[LUM_CIRCLE];
+        for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = load(placeOf(row, i));
+        return StrengthsOf<kIsBright>(v, load(row));
+      };
+      // Where there are corners everywhere, blocks are mostly neighbours.
+      bool isRun = true;
+      for (uint32_t i = 1; i < kGroup; ++i) isRun &= x[i] == x[0] + i * kFastBlock;
+      const V best =
+          isRun ? strengthsBy([&](const uint8_t* p) HWY_ATTR { return hn::LoadU(d, p + x[0]); })
+                : strengthsBy([&](const uint8_t* p) HWY_ATTR { return LoadBlocks(d, p, x); });
+      const auto* bits = reinterpret_cast<const uint8_t*>(blockBits_ + k);
+      HWY_ALIGN uint8_t strength[kLanes];
+      hn::Store(hn::IfThenElseZero(hn::LoadMaskBits(d, bits), best), d, strength);
+      const hn::CappedTag<uint8_t, kFastBlock> dBlock;
+      for (uint32_t i = 0; i < kGroup; ++i) {
+        const auto block = hn::Load(dBlock, strength + i * kFastBlock);
+        hn::StoreU(hn::Max(block, hn::LoadU(dBlock, strengths.at(x[i]))), dBlock,
+                   strengths.at(x[i]));
+      }
+    }
+  }
+
+  template <bool kIsBright>
+  static HWY_INLINE V StrengthsOf(const V (&v)[LUM_CIRCLE], V centre) {
+    if constexpr (kIsBright) {
+      return hn::SaturatedSub(BestArc<kArc>(v, SmallerOf(), LargerOf()), centre);
+    } else {
+      return hn::SaturatedSub(centre, BestArc<kArc>(v, LargerOf(), SmallerOf()));
+    }
+  }
+
+  const uint32_t begin_, end_;
+  const uint8_t barrier_;
+  ptrdiff_t offset_[LUM_CIRCLE];
+  uint32_t vectors_[kVectors];
+  uint64_t bright_[kVectors], dark_[kVectors];
+  HWY_ALIGN BatchBits isBright_[kVectors / kBatch], isDark_[kVectors / kBatch];
+  uint32_t blocks_[kSegment / kFastBlock + kGroup];
+  uint16_t blockBits_[kSegment / kFastBlock + kGroup];
+};
+
+}  // namespace HWY_NAMESPACE
+}  // namespace lumen
+HWY_AFTER_NAMESPACE();
+
+#endif  // LUMEN_FAST_ROW_INL_H
