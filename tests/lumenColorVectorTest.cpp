@@ -73,7 +73,7 @@ class Memory {
   }
 
  private:
-  static constexpr size_t kBytes = 5000000;
+  static constexpr size_t kBytes = 5500000;
   const lumGuardedMemory memory_[9] = {
       lumGuardedMemory(kBytes), lumGuardedMemory(kBytes), lumGuardedMemory(kBytes),
       lumGuardedMemory(kBytes), lumGuardedMemory(kBytes), lumGuardedMemory(kBytes),
@@ -141,9 +141,15 @@ void check(const Function& function, F* reference, const lumVectorSet<F>& vector
       checkSize(function, reference, vector, size, n % 3, fence);
       if (testing::Test::HasFatalFailure()) return;
     }
-    // Enough bytes to be stored past the caches, with aligned rows and others.
-    for (uint32_t gap : {0u, 8u, 11u}) {
-      checkSize(function, reference, vector, {1344, 700}, gap, fence);
+    // Enough bytes to be stored past the caches: in rows of whole cache lines, with gaps that keep
+    // them so or not, and in long rows that end, or begin where they are turned, within a line.
+    struct Large {
+      Size size;
+      uint32_t gap;
+    };
+    for (auto [size, gap] :
+         {Large{{1600, 780}, 0}, {{1600, 780}, 64}, {{1600, 780}, 11}, {{8212, 150}, 0}}) {
+      checkSize(function, reference, vector, size, gap, fence);
       if (testing::Test::HasFatalFailure()) return;
     }
   }

@@ -20,8 +20,10 @@ namespace lumen {
 namespace HWY_NAMESPACE {
 
 using Words = hn::Repartition<uint16_t, Bytes>;
+using Shorts = hn::RebindToSigned<Words>;
 using Quads = hn::Repartition<uint32_t, Bytes>;
 using VWords = hn::Vec<Words>;
+using VShorts = hn::Vec<Shorts>;
 using VQuads = hn::Vec<Quads>;
 
 HWY_INLINE VWords EvenBytes(VBytes v) {
@@ -29,29 +31,48 @@ HWY_INLINE VWords EvenBytes(VBytes v) {
 }
 HWY_INLINE VWords OddBytes(VBytes v) { return hn::ShiftRight<8>(hn::BitCast(Words(), v)); }
 
+// Block of 16 bytes by block: the words of a, then those of b, as bytes, with 0 for less and 255
+// for more.
+HWY_INLINE VBytes PackBlocks(VShorts a, VShorts b) {
+#if HWY_TARGET == HWY_AVX3
+  return VBytes{_mm512_packus_epi16(a.raw, b.raw)};
+#elif HWY_TARGET == HWY_AVX2
+  return VBytes{_mm256_packus_epi16(a.raw, b.raw)};
+#elif HWY_ARCH_X86
+  return VBytes{_mm_packus_epi16(a.raw, b.raw)};
+#else
+  return VBytes(vcombine_u8(vqmovun_s16(a.raw), vqmovun_s16(b.raw)));
+#endif
+}
+HWY_INLINE VBytes PackBlocks(VWords a, VWords b) {
+  return PackBlocks(hn::BitCast(Shorts(), a), hn::BitCast(Shorts(), b));
+}
+
+// A product of words by a factor, one instruction: a compiler that sees the factor makes shifts and
+// additions of it, which are more than that.
+template <class V>
+HWY_INLINE V Times(V v, hn::TFromV<V> factor) {
+  V factors = hn::Set(hn::DFromV<V>(), factor);
+#if HWY_TARGET == HWY_AVX3
+  asm("" : "+v"(factors.raw));
+#elif HWY_ARCH_X86
+  asm("" : "+x"(factors.raw));
+#endif
+  return hn::Mul(v, factors);
+}
+
 #if HWY_ARCH_X86
 
 // Products of unsigned with signed bytes, added in pairs.
+HWY_INLINE VWords PairSums(VBytes a, VBytes b) {
 #if HWY_TARGET == HWY_AVX3
-HWY_INLINE VWords PairSums(VBytes a, VBytes b) {
   return VWords{_mm512_maddubs_epi16(a.raw, b.raw)};
-}
-HWY_INLINE VBytes PackWords(VWords lo, VWords hi) {
-  return VBytes{_mm512_packus_epi16(lo.raw, hi.raw)};
-}
 #elif HWY_TARGET == HWY_AVX2
-HWY_INLINE VWords PairSums(VBytes a, VBytes b) {
   return VWords{_mm256_maddubs_epi16(a.raw, b.raw)};
-}
-HWY_INLINE VBytes PackWords(VWords lo, VWords hi) {
-  return VBytes{_mm256_packus_epi16(lo.raw, hi.raw)};
-}
 #else
-HWY_INLINE VWords PairSums(VBytes a, VBytes b) { return VWords{_mm_maddubs_epi16(a.raw, b.raw)}; }
-HWY_INLINE VBytes PackWords(VWords lo, VWords hi) {
-  return VBytes{_mm_packus_epi16(lo.raw, hi.raw)};
-}
+  return VWords{_mm_maddubs_epi16(a.raw, b.raw)};
 #endif
+}
 
 HWY_INLINE VWords SumsOfPairs(VBytes v) { return PairSums(v, hn::Set(Bytes(), 1)); }
 
@@ -71,7 +92,7 @@ HWY_INLINE VBytes InterleavingOrder(VBytes v) {
 }
 // Words that hold bytes, in order.
 HWY_INLINE VBytes BytesOfWords(VWords lo, VWords hi) {
-  return Reordered(PackWords(lo, hi), [](size_t i) LUM_LAMBDA {
+  return Reordered(PackBlocks(lo, hi), [](size_t i) LUM_LAMBDA {
     return i % (kMaxBlock / 16) * 2 + i / (kMaxBlock / 16);
   });
 }
@@ -85,6 +106,20 @@ HWY_INLINE VBytes BytesOfWords(VWords lo, VWords hi) {
 }
 
 #endif  // HWY_ARCH_X86
+
+// The low bytes of words times one weight and the high bytes times another, added; all are within
+// 16 bits with a sign.
+template <int kLow, int kHigh>
+HWY_INLINE VWords WeightedPairs(VWords v) {
+#if HWY_ARCH_X86
+  static_assert(-128 <= kLow && kLow < 128 && -128 <= kHigh && kHigh < 128);
+  constexpr auto kWeights = static_cast<uint16_t>((kHigh & 255) << 8 | (kLow & 255));
+  return PairSums(hn::BitCast(Bytes(), v), hn::BitCast(Bytes(), hn::Set(Words(), kWeights)));
+#else
+  return hn::Add(Times(EvenBytes(hn::BitCast(Bytes(), v)), static_cast<uint16_t>(kLow)),
+                 Times(OddBytes(hn::BitCast(Bytes(), v)), static_cast<uint16_t>(kHigh)));
+#endif
+}
 
 // NOLINTNEXTLINE(google-readability-namespace-comments)
 }  // namespace HWY_NAMESPACE

@@ -23,9 +23,9 @@ namespace lumen {
 namespace HWY_NAMESPACE {
 namespace {
 
-// Every second pixel.
+// Every second pixel: B and R in the bytes of a word, and G in a word.
 struct Half {
-  VWords r, g, b;
+  VWords br, g;
 };
 struct Pixels {
   Half even, odd;
@@ -33,7 +33,9 @@ struct Pixels {
 
 template <class T>
 HWY_INLINE Pixels Take(const T& r, const T& g, const T& b) {
-  return {{r.Even(), g.Even(), b.Even()}, {r.Odd(), g.Odd(), b.Odd()}};
+  const auto pair = [](VWords low, VWords high)
+                        LUM_LAMBDA { return hn::Or(low, hn::ShiftLeft<8>(high)); };
+  return {{pair(b.Even(), r.Even()), g.Even()}, {pair(b.Odd(), r.Odd()), g.Odd()}};
 }
 
 // kLanes pixels.
@@ -50,13 +52,15 @@ struct FromRGBA8888 : lumRGBA8888 {
   }
 };
 struct FromRGB565 : lumRGB565 {
-  // Repeating the high bits is multiplying by 33 / 4 and 65 / 16, here from where the bits are.
+  // The high bits of each channel once more below them.
   static HWY_INLINE Half Unpack(VWords v) {
-    const Words d;
-    const auto five = hn::Set(d, 33 * 65536 / 4 / 2048), six = hn::Set(d, 65 * 65536 / 16 / 32);
-    return {hn::MulHigh(hn::And(v, hn::Set(d, 0xF800)), five),
-            hn::MulHigh(hn::And(v, hn::Set(d, 0x07E0)), six),
-            hn::MulHigh(hn::ShiftLeft<11>(v), five)};
+    const auto select = [](uint16_t mask, VWords yes, VWords no) LUM_LAMBDA {
+      const VWords bits = hn::Set(Words(), mask);
+      return hn::Or(hn::And(bits, yes), hn::AndNot(bits, no));
+    };
+    const VWords br = select(0xF800, v, hn::ShiftLeft<3>(v));
+    const VWords g = select(0x00FC, hn::ShiftRight<3>(v), hn::ShiftRight<9>(v));
+    return {select(0xF8F8, br, hn::ShiftRight<5>(br)), hn::And(g, hn::Set(Words(), 0x00FF))};
   }
   static HWY_INLINE Pixels Load(const uint8_t* src) {
     VWords v0 = LoadWords(src), v1 = LoadWords(src + kLanes);
@@ -67,22 +71,20 @@ struct FromRGB565 : lumRGB565 {
 
 // Results are the upper bytes of words.
 HWY_INLINE VWords Luma(const Half& p) {
-  const Words d;
-  const VWords r = Times(p.r, 77), g = Times(p.g, 150), b = Times(p.b, 29);
-  return hn::Add(hn::Add(r, g), hn::Add(b, hn::Set(d, 128)));
+  const VWords rounded = hn::Add(Times(p.g, 150), hn::Set(Words(), 128));
+  return hn::Add(WeightedPairs<29, 77>(p.br), rounded);
 }
-// 128 of one channel less parts of the others, which are 128 together.
-template <int kSecond, int kThird>
-HWY_INLINE VWords Chroma(VWords first, VWords second, VWords third) {
-  static_assert(kSecond + kThird == 128);
-  const Words d;
-  const VWords less = hn::Add(Times(second, kSecond), Times(third, kThird));
-  const VShorts sum = hn::BitCast(Shorts(), hn::Sub(hn::ShiftLeft<7>(first), less));
-  const VShorts rounded = hn::SaturatedAdd(sum, hn::Set(Shorts(), 128));
-  return hn::Xor(hn::BitCast(d, rounded), hn::Set(d, 0x8000));
+// 128 of B or R less parts of the others, which are 128 together: from the opposite, since 128 is
+// no byte with a sign, but -128 is.
+template <int kB, int kR, int kG>
+HWY_INLINE VWords Chroma(const Half& p) {
+  static_assert(kB + kR + kG == 0);
+  const VWords opposite = hn::Add(WeightedPairs<kB, kR>(p.br), Times(p.g, kG));
+  const VShorts sum = hn::SaturatedSub(hn::Set(Shorts(), 128), hn::BitCast(Shorts(), opposite));
+  return hn::Xor(hn::BitCast(Words(), sum), hn::Set(Words(), 0x8000));
 }
-HWY_INLINE VWords Cb(const Half& p) { return Chroma<43, 85>(p.b, p.r, p.g); }
-HWY_INLINE VWords Cr(const Half& p) { return Chroma<107, 21>(p.r, p.g, p.b); }
+HWY_INLINE VWords Cb(const Half& p) { return Chroma<-128, 43, 85>(p); }
+HWY_INLINE VWords Cr(const Half& p) { return Chroma<21, -128, 107>(p); }
 
 // The upper bytes of two vectors in turns.
 HWY_INLINE VBytes UpperBytes(VWords even, VWords odd) {

@@ -17,8 +17,10 @@ namespace {
 template <class S, class Format, class Row>
 void PairsToRgb(const uint8_t* srcY, const uint8_t* srcC, uint32_t width, uint32_t height,
                 uint32_t srcYStride, uint32_t srcCStride, uint8_t* dst, uint32_t dstStride) {
+  const bool isPacked =
+      srcCStride == 2 * size_t{width / S::kX} && dstStride == width * Format::kBytes;
   ToRgbImage<S, Format, InOrder>(
-      srcY, width, height, srcYStride,
+      srcY, width, height, srcYStride, isPacked,
       [=](uint32_t row) LUM_LAMBDA { return Row{{lumRowAt(srcC, row, srcCStride)}}; },
       [=](uint32_t y) LUM_LAMBDA { return lumRowAt(dst, y, dstStride); });
 }
@@ -29,7 +31,7 @@ void FrameToRgb(const uint8_t* src, uint32_t width, uint32_t height, uint32_t sr
                 uint8_t* dst, uint32_t dstStride) {
   const uint8_t* srcC = lumRowAt(src, height, srcStride);
   ToRgbImage<lumSubsampling420, Format, Order>(
-      src, width, height, srcStride,
+      src, width, height, srcStride, false,
       [=](uint32_t row) LUM_LAMBDA { return CrFirstRow{{lumRowAt(srcC, row, srcStride)}}; },
       [=](uint32_t y) LUM_LAMBDA {
         return lumRowAt(dst, static_cast<uint32_t>(Order::Place(y, height, 1)), dstStride);

@@ -15,8 +15,7 @@
 
 #include <hwy/highway.h>
 
-#include "vorta/lumenByteVectors-inl.h"
-#include "vorta/lumenGroups-inl.h"
+#include "vorta/lumenPackedPixels-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lumen {
@@ -32,12 +31,6 @@ struct Channels565 {
     middle = hn::MulHigh(hn::And(x, hn::Set(Words(), 0x07E0)), hn::Set(Words(), 8320));
     low = hn::MulHigh(hn::ShiftLeft<11>(x), hn::Set(Words(), 264));
   }
-};
-
-// A vector of each of the first three channels. Which pixel is in which place is the same for all,
-// so that arithmetic on pixels need not know.
-struct Channels {
-  VBytes r, g, b;
 };
 
 #if HWY_ARCH_X86
@@ -175,62 +168,6 @@ struct Pixels {
   }
 };
 
-// Four vectors with groups R, G, B and another in every 16 bytes become one of each group, and
-// back.
-template <size_t kBytes>
-HWY_INLINE Channels LoadChannels(const uint8_t* from) {
-  VBytes v[4];
-  if constexpr (kBytes == 3) {
-    alignas(16) constexpr uint8_t kGrouped[16] = {0, 3, 6, 9,  1,  4,  7,  10,
-                                                  2, 5, 8, 11, 12, 13, 14, 15};
-    v[0] = Shuffle(LoadSpread<0>(from), kGrouped);
-    v[1] = Shuffle(LoadSpread<1>(from), kGrouped);
-    v[2] = Shuffle(LoadSpread<2>(from), kGrouped);
-    v[3] = Shuffle(LoadSpread<3>(from), kGrouped);
-  } else {
-    static_assert(kBytes == 4);
-    alignas(16) constexpr uint8_t kGrouped[16] = {0, 4, 8,  12, 1, 5, 9,  13,
-                                                  2, 6, 10, 14, 3, 7, 11, 15};
-    for (size_t k = 0; k < 4; ++k) {
-      v[k] = Shuffle(hn::LoadU(Bytes(), from + k * BlockLength()), kGrouped);
-    }
-  }
-  using Pairs = hn::Repartition<uint64_t, Bytes>;
-  const auto lower = [](VBytes a, VBytes b) LUM_LAMBDA {
-    return hn::BitCast(
-        Pairs(), hn::InterleaveLower(Quads(), hn::BitCast(Quads(), a), hn::BitCast(Quads(), b)));
-  };
-  const auto upper = [](VBytes a, VBytes b) LUM_LAMBDA {
-    return hn::BitCast(
-        Pairs(), hn::InterleaveUpper(Quads(), hn::BitCast(Quads(), a), hn::BitCast(Quads(), b)));
-  };
-  const auto rg01 = lower(v[0], v[1]), rg23 = lower(v[2], v[3]);
-  const auto b01 = upper(v[0], v[1]), b23 = upper(v[2], v[3]);
-  return {hn::BitCast(Bytes(), hn::InterleaveLower(Pairs(), rg01, rg23)),
-          hn::BitCast(Bytes(), hn::InterleaveUpper(Pairs(), rg01, rg23)),
-          hn::BitCast(Bytes(), hn::InterleaveLower(Pairs(), b01, b23))};
-}
-
-// Three channels to three bytes a pixel.
-template <bool kStream>
-HWY_INLINE void StoreChannels(const Channels& c, uint8_t* to) {
-  using Pairs = hn::Repartition<uint64_t, Bytes>;
-  const VQuads r = hn::BitCast(Quads(), c.r), g = hn::BitCast(Quads(), c.g),
-               b = hn::BitCast(Quads(), c.b);
-  const auto rg01 = hn::BitCast(Pairs(), hn::InterleaveLower(Quads(), r, g));
-  const auto rg23 = hn::BitCast(Pairs(), hn::InterleaveUpper(Quads(), r, g));
-  const auto b01 = hn::BitCast(Pairs(), hn::InterleaveLower(Quads(), b, b));
-  const auto b23 = hn::BitCast(Pairs(), hn::InterleaveUpper(Quads(), b, b));
-  alignas(16) constexpr uint8_t kPixels[16] = {0,  4, 8, 1,  5,  9,  2,  6,
-                                               10, 3, 7, 11, 15, 15, 15, 15};
-  const auto pixels = [&](auto groups)
-                          LUM_LAMBDA { return Shuffle(hn::BitCast(Bytes(), groups), kPixels); };
-  StoreClosedUp<kStream>(pixels(hn::InterleaveLower(Pairs(), rg01, b01)),
-                         pixels(hn::InterleaveUpper(Pairs(), rg01, b01)),
-                         pixels(hn::InterleaveLower(Pairs(), rg23, b23)),
-                         pixels(hn::InterleaveUpper(Pairs(), rg23, b23)), to);
-}
-
 // One channel to a byte a pixel.
 struct ChannelOrder {
   alignas(64) int32_t group[kGroups];
@@ -264,8 +201,8 @@ HWY_INLINE VBytes LoadLuma(const uint8_t* from) {
     const VWords back = hn::Set(Words(), 256 * 128 + 128);
     return hn::ShiftRight<8>(hn::Add(hn::Add(redGreen, blue), back));
   };
-  return PackWords(luma(sums(LoadSpread<0>(from)), sums(LoadSpread<1>(from))),
-                   luma(sums(LoadSpread<2>(from)), sums(LoadSpread<3>(from))));
+  return PackBlocks(luma(sums(LoadSpread<0>(from)), sums(LoadSpread<1>(from))),
+                    luma(sums(LoadSpread<2>(from)), sums(LoadSpread<3>(from))));
 }
 
 // Four vectors of pixels of four bytes to three bytes a pixel.
@@ -323,11 +260,6 @@ struct Pixels {
   }
 };
 
-template <size_t kBytes>
-HWY_INLINE Channels LoadChannels(const uint8_t* from) {
-  const Pixels p = Pixels::Load<kBytes, false>(from);
-  return {p.r, p.g, p.b};
-}
 HWY_INLINE VBytes LoadLuma(const uint8_t* from) {
   const Pixels p = Pixels::Load<3, false>(from);
   const hn::Half<Bytes> half;
@@ -342,10 +274,6 @@ HWY_INLINE VBytes LoadLuma(const uint8_t* from) {
   const VWords hi =
       luma(hn::UpperHalf(half, p.r), hn::UpperHalf(half, p.g), hn::UpperHalf(half, p.b));
   return BytesOfWords(lo, hi);
-}
-template <bool kStream>
-HWY_INLINE void StoreChannels(const Channels& c, uint8_t* to) {
-  hn::StoreInterleaved3(c.r, c.g, c.b, Bytes(), to);
 }
 template <bool kStream>
 HWY_INLINE void StoreChannel(VBytes v, uint8_t* to) {

@@ -75,7 +75,7 @@ HWY_INLINE Changes ChangesOfBlocks(VWords cb0, VWords cr0, VWords cb1, VWords cr
 }
 
 // Rows of chroma, by layout. Load<S>(x) is for kLanes pixels from pixel x on, which is even where
-// pixels share samples; Copy<S> takes the samples of a row shorter than that.
+// pixels share samples; From is what follows, Copy takes the samples of a row shorter than that.
 struct PlanarRow : lumPlanar {
   template <class S>
   HWY_INLINE Changes Load(size_t x) const {
@@ -94,6 +94,7 @@ struct PlanarRow : lumPlanar {
                              hn::BitCast(dw, hn::InterleaveUpper(d, vcr, zero)));
     }
   }
+  HWY_INLINE PlanarRow From(size_t sample) const { return {{cb + sample, cr + sample}}; }
   HWY_INLINE PlanarRow Copy(size_t samples, uint8_t (&memory)[2 * kLanes]) const {
     std::memcpy(memory, cb, samples);
     std::memcpy(memory + kLanes, cr, samples);
@@ -116,6 +117,7 @@ struct PairsRow : Pairs {
       return ChangesOfBlocks(first(v0), second(v0), first(v1), second(v1));
     }
   }
+  HWY_INLINE PairsRow From(size_t sample) const { return {{this->c + 2 * sample}}; }
   HWY_INLINE PairsRow Copy(size_t samples, uint8_t (&memory)[2 * kLanes]) const {
     std::memcpy(memory, this->c, 2 * samples);
     return {{memory}};
@@ -165,6 +167,10 @@ struct InOrder {
     Format::template Store<kStream>(r, g, b, dst + x * Format::kBytes);
   }
   static HWY_INLINE size_t Place(size_t x, size_t, size_t) { return x; }
+  template <class Format>
+  static HWY_INLINE size_t FirstAlignedPixel(const uint8_t* dst, size_t) {
+    return FirstAligned<Format::kBytes>(dst);
+  }
 };
 struct Turned {
   template <class Format, bool kStream>
@@ -177,6 +183,11 @@ struct Turned {
                                     dst + (width - kLanes - x) * Format::kBytes);
   }
   static HWY_INLINE size_t Place(size_t x, size_t width, size_t count) { return width - count - x; }
+  template <class Format>
+  static HWY_INLINE size_t FirstAlignedPixel(const uint8_t* dst, size_t width) {
+    static_assert(Format::kBytes == 2 || Format::kBytes == 4);
+    return reinterpret_cast<uintptr_t>(dst + width * Format::kBytes) % kLanes / Format::kBytes;
+  }
 };
 
 // Rows that share a row of chroma.
@@ -207,7 +218,7 @@ struct ToRgbRows {
   }
 
   // A row shorter than a vector goes through memory that is long enough.
-  void Short() const {
+  HWY_NOINLINE void Short() const {
     uint8_t luma[S::kY][kLanes] = {}, samples[2 * kLanes] = {};
     uint8_t pixels[S::kY][kLanes * Format::kBytes];
     ToRgbRows padded = {{}, {}, chroma.Copy((width + S::kX - 1) / S::kX, samples), kLanes};
@@ -223,15 +234,37 @@ struct ToRgbRows {
     }
   }
 
-  // The first pixel, even where pixels share samples, from which on stores to all rows are aligned;
-  // SIZE_MAX where there is none.
-  HWY_INLINE size_t Aligned() const {
-    const size_t x = FirstAligned<Format::kBytes>(dst[0]);
-    bool fits = x % S::kX == 0;
-    for (uint8_t* row : dst) {
-      fits = fits && reinterpret_cast<uintptr_t>(row + x * Format::kBytes) % kLanes == 0;
+  // `count` pixels from pixel x on, which is even where pixels share samples.
+  HWY_INLINE ToRgbRows Part(size_t x, size_t count) const {
+    ToRgbRows part = {{}, {}, chroma.From(x / S::kX), count};
+    for (size_t k = 0; k < S::kY; ++k) {
+      part.y[k] = y[k] + x;
+      part.dst[k] = dst[k] + Order::Place(x, width, count) * Format::kBytes;
     }
-    return fits ? x : SIZE_MAX;
+    return part;
+  }
+
+  // The first pixel, even where pixels share samples, from which on stores to all rows are aligned;
+  // kLanes where there is none.
+  HWY_INLINE size_t Aligned() const {
+    const size_t x = Order::template FirstAlignedPixel<Format>(dst[0], width);
+    if (x % S::kX != 0 || x >= kLanes || x + kLanes > width) return kLanes;
+    for (uint8_t* row : dst) {
+      const uint8_t* first = row + Order::Place(x, width, kLanes) * Format::kBytes;
+      if (reinterpret_cast<uintptr_t>(first) % kLanes != 0) return kLanes;
+    }
+    return x;
+  }
+
+  // Past the cache aligned vectors only: the pixels around them go through own memory, since
+  // a line that is stored in both ways is slow.
+  HWY_INLINE void Stream(size_t x) const {
+    if (x) Part(0, x).Short();
+    for (; x + kLanes <= width; x += kLanes) {
+      for (const uint8_t* row : y) FetchAhead(row + x);
+      Vector<true>(x);
+    }
+    if (x < width) Part(x, width - x).Short();
   }
 
   // Vectors overlap where the rest of a row is shorter than one.
@@ -240,31 +273,33 @@ struct ToRgbRows {
       Short();
       return;
     }
-    const size_t end = width - width % S::kX;
-    Vector<false>(0);
-    const size_t aligned = Aligned();
-    size_t x = aligned == SIZE_MAX ? kLanes : aligned;
-    if (stream && aligned != SIZE_MAX) {
-      for (; x + kLanes <= end; x += kLanes) Vector<true>(x);
-    } else {
-      for (; x + kLanes <= end; x += kLanes) Vector<false>(x);
+    size_t x = Aligned();
+    if (stream && x < kLanes && width >= 4 * kLanes) {
+      Stream(x);
+      return;
     }
+    const size_t end = width - width % S::kX;
+    if (x) Vector<false>(0);
+    for (; x + kLanes <= end; x += kLanes) Vector<false>(x);
     if (x < end) Vector<false>(end - kLanes);
     if (end < width) LastPixel();
   }
 };
 
-// An image. `chromaRow(group)` gives a row of chroma, `dstRow(y)` a row of pixels.
+// An image. `chromaRow(group)` gives a row of chroma, `dstRow(y)` a row of pixels. Rows without
+// gaps between them are one long row, which `isPacked` says of all but Y.
 template <class S, class Format, class Order, class ChromaRow, class DstRow>
 HWY_INLINE void ToRgbImage(const uint8_t* srcY, uint32_t width, uint32_t height,
-                           uint32_t srcYStride, const ChromaRow& chromaRow, const DstRow& dstRow) {
+                           uint32_t srcYStride, bool isPacked, const ChromaRow& chromaRow,
+                           const DstRow& dstRow) {
   if (S::kX > 1) lumRequirePair(width);
-  // Storing past the caches pays where a call's bytes are more than the shared cache keeps as well.
-  constexpr size_t kCaches = size_t{20} << 20;
-  const bool stream = HWY_ARCH_X86 && width > kCaches / (Format::kBytes + 2) / height;
-  for (uint32_t group = 0; group < S::groups(height); ++group) {
+  const uint64_t pixels = uint64_t{width} * height;
+  const bool stream = ShouldStream(pixels * (Format::kBytes + 1) + pixels * 2 / (S::kX * S::kY));
+  const bool isRow = S::kY == 1 && isPacked && srcYStride == width && width % S::kX == 0;
+  const uint32_t groups = isRow ? 1 : S::groups(height);
+  for (uint32_t group = 0; group < groups; ++group) {
     ToRgbRows<S, Format, Order, decltype(chromaRow(group))> rows = {
-        {}, {}, chromaRow(group), width};
+        {}, {}, chromaRow(group), isRow ? size_t{width} * height : width};
     for (uint32_t k = 0; k < S::kY; ++k) {
       rows.y[k] = lumRowAt(srcY, group * S::kY + k, srcYStride);
       rows.dst[k] = dstRow(group * S::kY + k);

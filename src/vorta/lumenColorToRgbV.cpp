@@ -18,8 +18,11 @@ template <class S, class Format>
 void PlanarToRgb(const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr, uint32_t width,
                  uint32_t height, uint32_t srcYStride, uint32_t srcCbStride, uint32_t srcCrStride,
                  uint8_t* dst, uint32_t dstStride) {
+  const size_t samples = width / S::kX;
+  const bool isPacked =
+      srcCbStride == samples && srcCrStride == samples && dstStride == width * Format::kBytes;
   ToRgbImage<S, Format, InOrder>(
-      srcY, width, height, srcYStride,
+      srcY, width, height, srcYStride, isPacked,
       [=](uint32_t row) LUM_LAMBDA {
         return PlanarRow{{lumRowAt(srcCb, row, srcCbStride), lumRowAt(srcCr, row, srcCrStride)}};
       },

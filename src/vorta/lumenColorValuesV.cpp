@@ -25,6 +25,17 @@ HWY_INLINE VBytes FromWords(VWords even, VWords odd) {
   return hn::BitCast(Bytes(), hn::Or(even, hn::ShiftLeft<8>(odd)));
 }
 
+// A vector of each channel.
+struct Channels {
+  VBytes r, g, b;
+
+  HWY_INLINE explicit Channels(const uint8_t* from) {
+    const auto packed = LoadPacked3(from);
+    r = packed.c0.All();
+    g = packed.c1.All();
+    b = packed.c2.All();
+  }
+};
 struct WordChannels {
   VWords r, g, b;
 };
@@ -65,15 +76,14 @@ HWY_INLINE VWords Chroma(VWords sum) {
 struct ToYCrCb : PackedOp<3, 3> {
   template <bool kStream>
   HWY_INLINE void block(const BlockRows<ToYCrCb>& at) const {
-    const Channels c = LoadChannels<3>(at.src[0]);
+    const Channels c(at.src[0]);
     const WordChannels even = EvenPixels(c), odd = OddPixels(c);
     const auto cr = [](const WordChannels& pixels)
                         LUM_LAMBDA { return Chroma(WeightedSum(pixels, 128, -107, -21)); };
     const auto cb = [](const WordChannels& pixels)
                         LUM_LAMBDA { return Chroma(WeightedSum(pixels, -43, -85, 128)); };
-    StoreChannels<kStream>({FromWords(Luma(even), Luma(odd)), FromWords(cr(even), cr(odd)),
-                            FromWords(cb(even), cb(odd))},
-                           at.dst[0]);
+    StorePacked3<kStream>(FromWords(Luma(even), Luma(odd)), FromWords(cr(even), cr(odd)),
+                          FromWords(cb(even), cb(odd)), at.dst[0]);
   }
 };
 
@@ -133,14 +143,13 @@ struct HueAndSaturation {
 struct ToHsv : PackedOp<3, 3> {
   template <bool kStream>
   HWY_INLINE void block(const BlockRows<ToHsv>& at) const {
-    const Channels c = LoadChannels<3>(at.src[0]);
+    const Channels c(at.src[0]);
     const VBytes value = hn::Max(hn::Max(c.r, c.g), c.b);
     const VBytes distance = hn::Sub(value, hn::Min(hn::Min(c.r, c.g), c.b));
     const HueAndSaturation even(EvenPixels(c), EvenBytes(value), EvenBytes(distance));
     const HueAndSaturation odd(OddPixels(c), OddBytes(value), OddBytes(distance));
-    StoreChannels<kStream>(
-        {FromWords(even.hue, odd.hue), FromWords(even.saturation, odd.saturation), value},
-        at.dst[0]);
+    StorePacked3<kStream>(FromWords(even.hue, odd.hue), FromWords(even.saturation, odd.saturation),
+                          value, at.dst[0]);
   }
 };
 

@@ -3,10 +3,10 @@
 // has bytes; the loop is right for every length from 1 up and neither reads nor writes a byte
 // outside the groups that it is given.
 //
-// A row ends with a block that covers its last groups and overlaps the one before. Rows shorter
-// than a block are converted in memory of the loop's own. Blocks begin at the first aligned group
-// where that is worth it or stores past the cache demand it; a block at the row's very beginning
-// then comes first.
+// A row ends with a block that covers its last groups and overlaps the one before. Blocks begin at
+// the first aligned group where that is worth it; a block at the row's very beginning then comes
+// first. Rows shorter than a block are converted in memory of the loop's own, and so is what lies
+// before and after the blocks that are stored past the cache.
 
 // Include guard for each target that this is compiled for.
 #if defined(LUMEN_GROUPS_INL_H) == defined(HWY_TARGET_TOGGLE)
@@ -46,8 +46,7 @@ HWY_INLINE void StoreBytes(VBytes v, uint8_t* to) {
 // The images of a call go through the loop as one long row when none has gaps between its rows.
 // `bytes` is what the call moves in all.
 HWY_INLINE RowShape ShapeOfBlocks(size_t groups, uint32_t rows, bool packed, uint64_t bytes) {
-  constexpr uint64_t kOwnCaches = uint64_t{4} << 20;
-  const bool stream = HWY_ARCH_X86 && bytes > kOwnCaches;
+  const bool stream = ShouldStream(bytes);
   return packed ? RowShape{groups * rows, 1, stream} : RowShape{groups, rows, stream};
 }
 
@@ -125,13 +124,6 @@ HWY_INLINE size_t WholeBlocks(const Op& op, const BlockRows<Op>& rows, size_t i,
   return i;
 }
 
-// Whether a row of that many bytes is stored past the cache well. A cache line that is stored in
-// both ways, as at the ends of a row, costs as much as some thousand bytes.
-HWY_INLINE bool StreamsWell(const uint8_t* row, size_t bytes) {
-  constexpr size_t kLine = 64, kLong = size_t{16} << 10;
-  return bytes >= kLong || (reinterpret_cast<uintptr_t>(row) | bytes) % kLine == 0;
-}
-
 // Converts `count` groups. A kernel that says kInPlace may be given a destination that is its
 // source: what later blocks read again is then put by first.
 template <class Op>
@@ -141,29 +133,27 @@ HWY_INLINE void ConvertRow(const Op& op, const BlockRows<Op>& rows, size_t count
   size_t begin = 0;
   if (count >= 4 * N) {
     begin = FirstAligned<Op::kDstBytes>(rows.dst[0]);
-    bool aligned = begin < N;
-    for (size_t k = 0; k < Op::kDestinations; ++k) {
-      aligned &= reinterpret_cast<uintptr_t>(rows.dst[k] + begin * Op::kDstBytes) % N == 0;
-      stream &= StreamsWell(rows.dst[k], count * Op::kDstBytes);
+    stream &= begin < N;
+    for (size_t k = 1; k < Op::kDestinations; ++k) {
+      stream &= reinterpret_cast<uintptr_t>(rows.dst[k] + begin * Op::kDstBytes) % N == 0;
+    }
+    if (stream) {
+      if (begin) ShortRow(op, rows, begin);
+      const size_t done = WholeBlocks<true>(op, rows, begin, count);
+      if (done < count) ShortRow(op, rows.at(done), count - done);
+      return;
     }
     begin %= N;
-    stream &= aligned;
-  } else {
-    stream = false;
   }
   const BlockRows<Op> last = rows.at(count - N);
-  const auto middle = [&]() LUM_LAMBDA {
-    return stream ? WholeBlocks<true>(op, rows, begin, count)
-                  : WholeBlocks<false>(op, rows, begin, count);
-  };
   if constexpr (Op::kInPlace) {
     const SourceCopy<Op> head(rows, N), tail(last, N);
-    middle();
+    WholeBlocks<false>(op, rows, begin, count);
     if (begin) op.template block<false>(head.instead(rows));
     op.template block<false>(tail.instead(last));
   } else {
     if (begin) op.template block<false>(rows);
-    if (middle() < count) op.template block<false>(last);
+    if (WholeBlocks<false>(op, rows, begin, count) < count) op.template block<false>(last);
   }
 }
 

@@ -15,57 +15,17 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "vorta/lumenShapes-inl.h"
+#include "vorta/lumenByteVectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lumen {
 namespace HWY_NAMESPACE {
 
-namespace hn = hwy::HWY_NAMESPACE;
-
-using Bytes = hn::ScalableTag<uint8_t>;
-using Words = hn::RepartitionToWide<Bytes>;
-using Shorts = hn::RebindToSigned<Words>;
-using DoubleWords = hn::RepartitionToWide<Words>;
-using VBytes = hn::Vec<Bytes>;
-using VWords = hn::Vec<Words>;
-using VShorts = hn::Vec<Shorts>;
-using VDoubleWords = hn::Vec<DoubleWords>;
-
 constexpr size_t kBlock = 16;
-constexpr size_t kBlocks = HWY_TARGET == HWY_AVX3 ? 4 : HWY_TARGET == HWY_AVX2 ? 2 : 1;
-constexpr size_t kLanes = kBlocks * kBlock;
+constexpr size_t kLanes = kMaxBlock, kBlocks = kLanes / kBlock;
 
 HWY_INLINE VBytes LoadBytes(const uint8_t* src) { return hn::LoadU(Bytes(), src); }
 HWY_INLINE VWords LoadWords(const uint8_t* src) { return hn::BitCast(Words(), LoadBytes(src)); }
-
-// Bytes at dst, in the cache or past it; past it dst is aligned to the vector.
-template <bool kStream>
-HWY_INLINE void StoreBytes(VBytes v, uint8_t* dst) {
-  if constexpr (kStream) hn::Stream(v, Bytes(), dst);
-  else hn::StoreU(v, Bytes(), dst);
-}
-
-// A product of words by a factor, one instruction: a compiler that sees the factor makes shifts and
-// additions of it, which are more than that.
-template <class V>
-HWY_INLINE V Times(V v, hn::TFromV<V> factor) {
-  V factors = hn::Set(hn::DFromV<V>(), factor);
-#if HWY_TARGET == HWY_AVX3
-  asm("" : "+v"(factors.raw));
-#elif HWY_ARCH_X86
-  asm("" : "+x"(factors.raw));
-#endif
-  return hn::Mul(v, factors);
-}
-
-// The first pixel of some bytes that lies where vectors are aligned, if one does.
-template <size_t kBytes>
-HWY_INLINE size_t FirstAligned(const uint8_t* row) {
-  const size_t missing = -reinterpret_cast<uintptr_t>(row) % kLanes;
-  // 43 is the inverse of 3 modulo 64 and its divisors.
-  return kBytes == 3 ? missing * 43 % kLanes : missing / kBytes;
-}
 
 // A channel of kLanes pixels, as bytes, or every second pixel as words.
 struct Plane {
@@ -80,25 +40,12 @@ struct Three {
   T c0, c1, c2;
 };
 
-// Block by block: the words of a, then those of b, as bytes, with 0 for less and 255 for more.
-HWY_INLINE VBytes PackBlocks(VShorts a, VShorts b) {
-#if HWY_TARGET == HWY_AVX3
-  return VBytes{_mm512_packus_epi16(a.raw, b.raw)};
-#elif HWY_TARGET == HWY_AVX2
-  return VBytes{_mm256_packus_epi16(a.raw, b.raw)};
-#elif HWY_ARCH_X86
-  return VBytes{_mm_packus_epi16(a.raw, b.raw)};
-#else
-  return VBytes(vcombine_u8(vqmovun_s16(a.raw), vqmovun_s16(b.raw)));
-#endif
-}
-
 // Block by block: the low words of the double words of a, then those of b.
 HWY_INLINE VWords LowWords(VWords a, VWords b) {
 #if HWY_ARCH_X86
-  const auto words = hn::Set(DoubleWords(), 0xFFFF);
-  const auto a32 = hn::And(hn::BitCast(DoubleWords(), a), words);
-  const auto b32 = hn::And(hn::BitCast(DoubleWords(), b), words);
+  const auto words = hn::Set(Quads(), 0xFFFF);
+  const auto a32 = hn::And(hn::BitCast(Quads(), a), words);
+  const auto b32 = hn::And(hn::BitCast(Quads(), b), words);
 #if HWY_TARGET == HWY_AVX3
   return VWords{_mm512_packus_epi32(a32.raw, b32.raw)};
 #elif HWY_TARGET == HWY_AVX2
@@ -113,7 +60,7 @@ HWY_INLINE VWords LowWords(VWords a, VWords b) {
 // The same of their high words.
 HWY_INLINE VWords HighWords(VWords a, VWords b) {
 #if HWY_ARCH_X86
-  const DoubleWords d;
+  const Quads d;
   return LowWords(hn::BitCast(Words(), hn::ShiftRight<16>(hn::BitCast(d, a))),
                   hn::BitCast(Words(), hn::ShiftRight<16>(hn::BitCast(d, b))));
 #else
@@ -284,7 +231,7 @@ HWY_INLINE Three<PackedPlane> LoadPacked3(const uint8_t* src) {
 // the front of the vector, the second ones what comes next, and so on. And back.
 HWY_INLINE VBytes SpreadDoubleWords(VBytes v) {
   if constexpr (kBlocks == 1) return v;
-  const DoubleWords d;
+  const Quads d;
   alignas(64) uint32_t from[kLanes / 4];
   for (uint32_t i = 0; i < kLanes / 4; ++i) from[i] = i % 4 * uint32_t{kBlocks} + i / 4;
   return hn::BitCast(Bytes(),
@@ -292,7 +239,7 @@ HWY_INLINE VBytes SpreadDoubleWords(VBytes v) {
 }
 HWY_INLINE VBytes GatherDoubleWords(VBytes v) {
   if constexpr (kBlocks == 1) return v;
-  const DoubleWords d;
+  const Quads d;
   alignas(64) uint32_t from[kLanes / 4];
   for (uint32_t i = 0; i < kLanes / 4; ++i) from[i] = i % kBlocks * 4 + i / uint32_t{kBlocks};
   return hn::BitCast(Bytes(),
@@ -322,13 +269,13 @@ HWY_INLINE void StorePacked4(VBytes c0, VBytes c1, VBytes c2, VBytes c3, uint8_t
 
 // The first three of four channels.
 HWY_INLINE Three<Plane> LoadPacked4(const uint8_t* src) {
-  const DoubleWords d;
+  const Quads d;
   const hn::Repartition<uint64_t, Bytes> dq;
   alignas(16) constexpr uint8_t kTransposed[kBlock] = {0, 4, 8,  12, 1, 5, 9,  13,
                                                        2, 6, 10, 14, 3, 7, 11, 15};
   const VBytes table = hn::LoadDup128(Bytes(), kTransposed);
   const auto load = [=](size_t v) LUM_LAMBDA {
-    return hn::BitCast(DoubleWords(), hn::TableLookupBytes(LoadBytes(src + v * kLanes), table));
+    return hn::BitCast(Quads(), hn::TableLookupBytes(LoadBytes(src + v * kLanes), table));
   };
   const auto v0 = load(0), v1 = load(1), v2 = load(2), v3 = load(3);
   const auto low01 = hn::BitCast(dq, hn::InterleaveLower(d, v0, v1));
