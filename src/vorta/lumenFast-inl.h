@@ -32,17 +32,15 @@ void FindInRows(D, FastOutput& out) {
   using Rows = RowSearch<kArc, D>;
   const lumFastSearch& s = out.search;
   Rows rows(s);
-  // The last vector may reach back before a part of a row.
-  uint8_t strength[Rows::kLanes + Rows::kSegment];
+  // Vectors may reach back before a part of a row.
+  uint8_t strength[Rows::kLanes * (1 + Rows::kVectors)];
   for (uint32_t y = s.border; y < s.height - s.border; ++y) {
-    const uint8_t* row = s.src + size_t{y} * s.stride;
-    for (uint32_t rest = rows.end() - rows.begin(), some; rest != 0; rest -= some) {
-      some = rest < Rows::kSegment ? rest : Rows::kSegment;
-      const uint32_t x = rows.end() - rest;
+    rows.Start(y);
+    for (uint32_t x = rows.begin(), end; x < rows.end(); x = end) {
+      end = rows.PartEnd(x);
       const FastStrengths strengths = {strength, x - Rows::kLanes};
       if (out.scores) std::memset(strength, 0, sizeof strength);
-      const uint32_t count =
-          out.scores ? rows.Find(row, x, x + some, strengths) : rows.Find(row, x, x + some);
+      const uint32_t count = out.scores ? rows.Find(x, end, strengths) : rows.Find(x, end);
       for (uint32_t k = 0; k < count; ++k) {
         const FastCorners corners = rows[k];
         if (!out.AddAll(corners, y, out.scores ? strengths.at(corners.x) : nullptr)) return;

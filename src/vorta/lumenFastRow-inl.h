@@ -3,7 +3,7 @@
 // A row is searched in steps, each of which lists what the next one looks at: vectors of pixels
 // that may hold corners, those that do, and the blocks of 16 pixels in these that do. The steps are
 // loops without branches that depend on the picture: where it has edges, such branches are taken or
-// not as if at random.
+// not as if at random. Each is a function of its own, so that its loop has all registers.
 //
 // Brightness is compared with saturation: centre plus barrier stops at 255 and centre less barrier
 // at 0, beyond which no pixel lies. That is right for barriers from 0 to 254.
@@ -16,12 +16,12 @@
 #define LUMEN_FAST_ROW_INL_H
 #endif
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
-
-#include <cstring>
 
 #include "cpu/lumenFastArc.h"
 #include "vorta/lumenFastArc-inl.h"
+#include "vorta/lumenFastOutput-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lumen {
@@ -50,12 +50,6 @@ HWY_INLINE hn::Vec<D> LoadBlocks(D d, const uint8_t* p, const uint32_t* x) {
   }
 }
 
-// Corners of a vector that begins at x: a bit for each pixel.
-struct FastCorners {
-  uint32_t x;
-  uint64_t bits;
-};
-
 // A bit for each lane.
 template <class D>
 HWY_INLINE uint64_t BitsOf(D d, hn::Mask<D> mask) {
@@ -76,61 +70,6 @@ HWY_INLINE hn::Mask512<uint8_t> GtAmong(hn::Mask512<uint8_t> mask, hn::Vec512<ui
 }
 #endif
 
-// Where corners go.
-struct FastOutput {
-  const lumFastSearch& search;
-  const lumFastMask* mask;
-  lumFastMaskScale scale;
-  uint32_t* scores;  // null: not wanted
-  uint32_t count;
-
-  HWY_INLINE bool IsMasked(uint32_t x, uint32_t y) const {
-    return mask && lumFastIsMasked(*mask, scale, x, y);
-  }
-  HWY_INLINE void Put(uint32_t at, uint32_t x, uint32_t y, uint32_t score) const {
-    search.xy[2 * size_t{at}] = x;
-    search.xy[2 * size_t{at} + 1] = y;
-    if (scores) scores[at] = score;
-  }
-  // False when the search is over.
-  HWY_INLINE bool Add(uint32_t x, uint32_t y, uint32_t score) {
-    if (IsMasked(x, y)) return true;
-    Put(count, x, y, score);
-    return ++count < search.capacity;
-  }
-  // With strengths, that of corners.x first, where scores are wanted.
-  HWY_INLINE bool AddAll(const FastCorners& corners, uint32_t y, const uint8_t* strength) {
-    const auto add = [&](auto put) HWY_ATTR {
-      for (uint64_t bits = corners.bits; bits != 0; bits &= bits - 1) {
-        const auto lane = static_cast<uint32_t>(__builtin_ctzll(bits));
-        if (!put(corners.x + lane, strength ? strength[lane] - 1u : 0)) return false;
-      }
-      return true;
-    };
-    const auto more = static_cast<uint32_t>(hwy::PopCount(corners.bits));
-    if (mask || search.capacity <= count || more >= search.capacity - count) {
-      return add([&](uint32_t x, uint32_t score) HWY_ATTR { return Add(x, y, score); });
-    }
-    uint32_t at = count;
-    count += more;
-    return add([&, xy = search.xy](uint32_t x, uint32_t score) HWY_ATTR {
-      xy[2 * size_t{at}] = x;
-      xy[2 * size_t{at} + 1] = y;
-      if (strength) scores[at] = score;
-      ++at;
-      return true;
-    });
-  }
-};
-
-// Room for the strengths of columns from `origin` on: by how much the barrier can grow until a
-// pixel is no corner, and 0 where there is none. Its user clears it.
-struct FastStrengths {
-  uint8_t* row;
-  uint32_t origin;
-  HWY_INLINE uint8_t* at(uint32_t x) const { return row + (x - origin); }
-};
-
 template <int kArc, class D>
 class RowSearch {
  public:
@@ -138,7 +77,8 @@ class RowSearch {
 
   // The columns between the borders must be a vector at least.
   explicit RowSearch(const lumFastSearch& search)
-      : begin_(search.border),
+      : search_(search),
+        begin_(search.border),
         end_(search.width - search.border),
         barrier_(static_cast<uint8_t>(search.barrier)) {
     lumCircleOffsets(offset_, search.stride);
@@ -146,29 +86,44 @@ class RowSearch {
 
   static constexpr uint32_t kLanes = static_cast<uint32_t>(hn::MaxLanes(D()));
   // Lists are as long as a part of a row may make them.
-  static constexpr uint32_t kSegment = 2048;
+  static constexpr uint32_t kVectors = 4096 / kLanes;
 
+  // Turns to row y.
+  HWY_INLINE void Start(uint32_t y) {
+    row_ = search_.src + size_t{y} * search_.stride;
+    // Where the first and the last vector are all there are, the first is on a line.
+    phase_ = end_ - begin_ < 2 * kLanes
+                 ? begin_
+                 : static_cast<uint32_t>(-reinterpret_cast<uintptr_t>(row_)) % kLanes;
+    firstBits_ = ~uint64_t{0} >> (64 - (lineEnd(begin_) - begin_));
+    lastBits_ = ~uint64_t{0} << (kLanes - (end_ - (lineEnd(end_ - 1) - kLanes)));
+    // The circles of the next row reach 4 rows down from this one.
+    const uint32_t below = HWY_MIN(search_.height - 1 - y, 4u);
+    ahead_ = row_ + size_t{below} * search_.stride;
+  }
   uint32_t begin() const { return begin_; }
   uint32_t end() const { return end_; }
+  // Where the part of a row that begins at x ends.
+  HWY_INLINE uint32_t PartEnd(uint32_t x) const {
+    return HWY_MIN(lineEnd(x) + (kVectors - 1) * kLanes, end_);
+  }
 
-  // Finds the corners of columns `begin` to `end`, in vectors that may reach back before `begin`.
-  // Their number.
-  HWY_INLINE uint32_t Find(const uint8_t* row, uint32_t begin, uint32_t end) {
-    const uint32_t vectors = ListVectors(row, begin, end);
-    if constexpr (kComparesToBits) return ListCorners(row, vectors);
-    else return ListStrengths(row, ListCandidates(row, vectors), nullptr);
+  // Finds the corners of a part of a row. The number of vectors that have some.
+  HWY_INLINE uint32_t Find(uint32_t begin, uint32_t end) {
+    const uint32_t vectors = ListVectors(begin, end);
+    if constexpr (kComparesToBits) return ListCorners(vectors);
+    else return ListStrengths(ListCandidates(vectors), nullptr);
   }
   // The same with their strengths.
-  HWY_INLINE uint32_t Find(const uint8_t* row, uint32_t begin, uint32_t end,
-                           const FastStrengths& strengths) {
-    const uint32_t vectors = ListVectors(row, begin, end);
+  HWY_INLINE uint32_t Find(uint32_t begin, uint32_t end, const FastStrengths& strengths) {
+    const uint32_t vectors = ListVectors(begin, end);
     if constexpr (kComparesToBits) {
-      const uint32_t some = ListCorners(row, vectors);
-      FillStrengths<true>(row, ListBlocks(bright_, some), strengths);
-      FillStrengths<false>(row, ListBlocks(dark_, some), strengths);
+      const uint32_t some = ListCorners(vectors);
+      FillStrengths<true>(ListBlocks(bright_, some), strengths);
+      FillStrengths<false>(ListBlocks(dark_, some), strengths);
       return some;
     } else {
-      return ListStrengths(row, ListCandidates(row, vectors), &strengths);
+      return ListStrengths(ListCandidates(vectors), &strengths);
     }
   }
   // What was found.
@@ -178,17 +133,26 @@ class RowSearch {
 
  private:
   static constexpr D d{};
-  static constexpr uint32_t kGroup = kLanes / kFastBlock, kVectors = kSegment / kLanes;
+  static constexpr uint32_t kGroup = kLanes / kFastBlock;
   // Whether a comparison yields a number of a bit for each lane, without further work.
   static constexpr bool kComparesToBits = kLanes == 64;
+  // Whether to fetch what the next row needs, which pays where a vector is a cache line.
+  static constexpr bool kPrefetches = kLanes == 64;
   // How many of these numbers make a vector.
   using BitsTag = hn::Repartition<uint64_t, D>;
   static constexpr uint32_t kBatch = kLanes / 8;
 
   HWY_INLINE const uint8_t* placeOf(const uint8_t* p, int i) const { return p + offset_[i]; }
-  // The last vector of a row covers pixels of the one before, where corners are not new.
-  HWY_INLINE uint32_t vectorAt(uint32_t x) const { return end_ - x < kLanes ? end_ - kLanes : x; }
-  HWY_INLINE uint64_t newBits(uint32_t x) const { return ~uint64_t{0} << (x - vectorAt(x)); }
+  // Where the line ends that x is in. But for the first and the last of a row, vectors lie on
+  // lines, which begin where addresses are multiples of a vector: what is loaded from the same
+  // column then lies in one cache line.
+  HWY_INLINE uint32_t lineEnd(uint32_t x) const { return x + kLanes - (x - phase_) % kLanes; }
+  // A bit for each pixel that is for the vector at x to search. The first vector shares pixels with
+  // the second, and the last with the one before.
+  HWY_INLINE uint64_t ownBits(uint32_t x) const {
+    if (x == begin_) return firstBits_;
+    return x == end_ - kLanes ? lastBits_ : ~uint64_t{0};
+  }
 
   // What is brighter or darker than the centre by more than the barrier, beyond these.
   struct Limits {
@@ -212,27 +176,32 @@ class RowSearch {
       return Candidates{GtAmong(before->bright, brighter, limits.above),
                         GtAmong(before->dark, limits.below, darker)};
     };
-    Candidates all = among(0, nullptr);
-    for (int i = 8 / kPairs; i < 8; i += 8 / kPairs) all = among(i, &all);
+    // Two pairs are the diagonal ones: in photographs fewer pixels pass than with the upright and
+    // the level one.
+    Candidates all = among(4 / kPairs, nullptr);
+    for (int i = 12 / kPairs; i < 8; i += 8 / kPairs) all = among(i, &all);
     return all;
   }
 
-  HWY_INLINE uint32_t ListVectors(const uint8_t* row, uint32_t begin, uint32_t end) {
+  // The vectors of a part of a row that may hold corners.
+  HWY_NOINLINE uint32_t ListVectors(uint32_t begin, uint32_t end) {
     uint32_t count = 0;
-    for (uint32_t x = begin; x < end; x += kLanes) {
-      const Candidates all = CandidatesAt<2>(row + vectorAt(x));
-      vectors_[count] = x;
+    for (uint32_t x = begin, next = lineEnd(begin); x < end; x = next, next += kLanes) {
+      if constexpr (kPrefetches) hwy::Prefetch(ahead_ + x);
+      const uint32_t at = HWY_MIN(HWY_MAX(next, begin_ + kLanes), end_) - kLanes;
+      const Candidates all = CandidatesAt<2>(row_ + at);
+      vectors_[count] = at;
       count += !hn::AllFalse(d, hn::Or(all.bright, all.dark));
     }
     return count;
   }
 
   // Those of the vectors that may still hold corners, and where.
-  HWY_INLINE uint32_t ListCandidates(const uint8_t* row, uint32_t vectors) {
+  HWY_NOINLINE uint32_t ListCandidates(uint32_t vectors) {
     uint32_t count = 0;
     for (uint32_t k = 0; k < vectors; ++k) {
       const uint32_t x = vectors_[k];
-      const Candidates all = CandidatesAt<4>(row + vectorAt(x));
+      const Candidates all = CandidatesAt<4>(row_ + x);
       count += List(count, x, BitsOf(d, all.bright), BitsOf(d, all.dark));
     }
     return count;
@@ -240,22 +209,21 @@ class RowSearch {
 
   // Writes a vector to a place of the list. Whether it stays.
   HWY_INLINE bool List(uint32_t place, uint32_t x, uint64_t bright, uint64_t dark) {
-    vectors_[place] = vectorAt(x);
-    bright_[place] = bright & newBits(x);
-    dark_[place] = dark & newBits(x);
+    vectors_[place] = x;
+    bright_[place] = bright & ownBits(x);
+    dark_[place] = dark & ownBits(x);
     return (bright_[place] | dark_[place]) != 0;
   }
 
   // Those of the candidates that are corners, and their strengths.
-  HWY_INLINE uint32_t ListStrengths(const uint8_t* row, uint32_t vectors,
-                                    const FastStrengths* strengths) {
+  HWY_NOINLINE uint32_t ListStrengths(uint32_t vectors, const FastStrengths* strengths) {
     uint32_t count = 0;
     for (uint32_t k = 0; k < vectors; ++k) {
       const uint32_t x = vectors_[k];
       const uint64_t bright = bright_[k], dark = dark_[k];
       V v[LUM_CIRCLE], best = hn::Zero(d);
-      const V centre = hn::LoadU(d, row + x);
-      for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = hn::LoadU(d, placeOf(row + x, i));
+      const V centre = hn::LoadU(d, row_ + x);
+      for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = hn::LoadU(d, placeOf(row_ + x, i));
       if (bright != 0) best = StrengthsOf<true>(v, centre);
       if (dark != 0) best = hn::Max(best, StrengthsOf<false>(v, centre));
       const auto isCorner = hn::Gt(best, hn::Set(d, barrier_));
@@ -275,9 +243,9 @@ class RowSearch {
 
   // Those of the vectors that hold corners, and where. For each place of the circle, the bits of as
   // many vectors as make a vector of bits are looked at together.
-  HWY_INLINE uint32_t ListCorners(const uint8_t* row, uint32_t vectors) {
+  HWY_NOINLINE uint32_t ListCorners(uint32_t vectors) {
     for (uint32_t k = 0; k < vectors; ++k) {
-      const uint8_t* p = row + vectorAt(vectors_[k]);
+      const uint8_t* p = row_ + vectors_[k];
       const Limits limits(hn::LoadU(d, p), hn::Set(d, barrier_));
       auto& isBright = isBright_[k / kBatch];
       auto& isDark = isDark_[k / kBatch];
@@ -328,14 +296,13 @@ class RowSearch {
 
   // The strengths of the corners of listed blocks, which are brighter or darker than their centres.
   template <bool kIsBright>
-  HWY_INLINE void FillStrengths(const uint8_t* row, uint32_t blocks,
-                                const FastStrengths& strengths) const {
+  HWY_NOINLINE void FillStrengths(uint32_t blocks, const FastStrengths& strengths) const {
     for (uint32_t k = 0; k < blocks; k += kGroup) {
       const uint32_t* const x = blocks_ + k;
       const auto strengthsBy = [&](auto load) HWY_ATTR {
         V v[LUM_CIRCLE];
-        for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = load(placeOf(row, i));
-        return StrengthsOf<kIsBright>(v, load(row));
+        for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = load(placeOf(row_, i));
+        return StrengthsOf<kIsBright>(v, load(row_));
       };
       // Where there are corners everywhere, blocks are mostly neighbours.
       bool isRun = true;
@@ -364,14 +331,18 @@ class RowSearch {
     }
   }
 
+  const lumFastSearch& search_;
   const uint32_t begin_, end_;
   const uint8_t barrier_;
+  const uint8_t *row_ = nullptr, *ahead_ = nullptr;
+  uint32_t phase_ = 0;
+  uint64_t firstBits_ = 0, lastBits_ = 0;
   ptrdiff_t offset_[LUM_CIRCLE];
   uint32_t vectors_[kVectors];
   uint64_t bright_[kVectors], dark_[kVectors];
   HWY_ALIGN BatchBits isBright_[kVectors / kBatch], isDark_[kVectors / kBatch];
-  uint32_t blocks_[kSegment / kFastBlock + kGroup];
-  uint16_t blockBits_[kSegment / kFastBlock + kGroup];
+  uint32_t blocks_[kVectors * kGroup + kGroup];
+  uint16_t blockBits_[kVectors * kGroup + kGroup];
 };
 
 }  // namespace HWY_NAMESPACE

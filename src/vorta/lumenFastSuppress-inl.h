@@ -69,10 +69,10 @@ class SuppressedSearch {
   // Finds the corners of row y; false when its last corner is the last of all.
   HWY_INLINE bool FindIn(uint32_t y) {
     Row& row = Clear(y);
-    const uint8_t* src = search_.src + size_t{y} * search_.stride;
+    rowSearch_.Start(y);
     for (uint32_t x = rowSearch_.begin(), end; x < rowSearch_.end(); x = end) {
-      end = rowSearch_.end() - x < Rows::kSegment ? rowSearch_.end() : x + Rows::kSegment;
-      const uint32_t count = rowSearch_.Find(src, x, end, {row.strength, 0});
+      end = rowSearch_.PartEnd(x);
+      const uint32_t count = rowSearch_.Find(x, end, {row.strength, 0});
       for (uint32_t k = 0; k < count; ++k) row.corners[row.count++] = rowSearch_[k];
     }
     for (uint32_t k = 0; k < row.count; ++k) {
