@@ -3,8 +3,6 @@
 //
 // Names are <function>/<size>/<who>; bench/lumen-ratios makes a table of them.
 
-#include <benchmark/benchmark.h>
-
 #include <array>
 #include <cstring>
 #include <opencv2/core.hpp>
@@ -13,15 +11,11 @@
 #include <tuple>
 #include <vector>
 
+#include "lumenBench.h"
 #include "lumenTable.h"
 #include "lumenVector.h"
 
 namespace {
-
-struct Size {
-  int width, height;
-};
-constexpr Size kSizes[] = {{640, 480}, {1920, 1080}, {4000, 3000}};
 
 template <class T, class TDst>
 struct Images {
@@ -29,7 +23,7 @@ struct Images {
   std::vector<TDst> dst;
   uint32_t width, height, srcStride, dstStride;
 
-  Images(const Size& size, int channels)
+  Images(const lumBenchSize& size, int channels)
       : width(static_cast<uint32_t>(size.width)),
         height(static_cast<uint32_t>(size.height)),
         srcStride(width * static_cast<uint32_t>(channels) * uint32_t{sizeof(T)}),
@@ -47,25 +41,9 @@ struct Images {
   size_t bytes() const { return dst.size() * sizeof(TDst); }
 };
 
-template <class F>
-void add(const std::string& name, size_t bytes, F work) {
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-    for (auto _ : state) {
-      work();
-      benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes));
-  })->UseRealTime();
-}
-
-// What any function that reads one or two images and writes one can reach.
-__attribute__((target_clones("arch=skylake-avx512", "arch=haswell", "default"))) void mixLoop(
-    const uint32_t* a, const uint32_t* b, uint32_t* out, size_t count) {
+// What any function that reads two images and writes one can reach.
+LUM_BENCH_CLONES void mixLoop(const uint32_t* a, const uint32_t* b, uint32_t* out, size_t count) {
   for (size_t i = 0; i < count; ++i) out[i] = a[i] ^ b[i];
-}
-__attribute__((target_clones("arch=skylake-avx512", "arch=haswell", "default"))) void invertLoop(
-    const uint32_t* a, uint32_t* out, size_t count) {
-  for (size_t i = 0; i < count; ++i) out[i] = ~a[i];
 }
 
 template <class T>
@@ -86,13 +64,13 @@ constexpr int kCvDepth = std::is_same_v<T, uint8_t>   ? CV_8U
 template <class Pool>
 void addLimits(const std::string& name, Pool& images, int sources) {
   const size_t moved = images.bytes() * static_cast<size_t>(sources + 1);
-  add(name + "/loop", moved, [&images, sources] {
-    const size_t count = images.bytes() / sizeof(uint32_t);
-    if (sources == 2) mixLoop(words(images.src1), words(images.src2), words(images.dst), count);
-    else invertLoop(words(images.src1), words(images.dst), count);
+  lumAddBench(name + "/loop", moved, [&images, sources] {
+    const size_t bytes = images.bytes();
+    if (sources == 1) return lumMoveLoop(images.src1.data(), bytes, images.dst.data(), bytes);
+    mixLoop(words(images.src1), words(images.src2), words(images.dst), bytes / sizeof(uint32_t));
   });
   // A copy moves two bytes for each: half of what the function moves, from the sources in turn.
-  add(name + "/memcpy", moved, [&images, moved] {
+  lumAddBench(name + "/memcpy", moved, [&images, moved] {
     const size_t half = moved / 2, first = std::min(half, images.bytes());
     std::memcpy(images.dst.data(), images.src1.data(), first);
     std::memcpy(images.dst.data(), images.src2.data(), half - first);
@@ -101,19 +79,18 @@ void addLimits(const std::string& name, Pool& images, int sources) {
 
 template <class T, class TDst, class F>
 void addTwoSources(const char* function, F* reference, const lumVectorSet<F>& vector) {
-  for (const Size& size : kSizes) {
+  for (const lumBenchSize& size : LUM_BENCH_SIZES) {
     auto& images = *new Images<T, TDst>(size, 1);
-    const std::string name = std::string(function) + "/" + std::to_string(size.width) + "x" +
-                             std::to_string(size.height);
+    const std::string name = std::string(function) + "/" + size.text();
     const size_t moved = images.bytes() * 3;
     const auto call = [&images](F* f) {
       f(images.src1.data(), images.src2.data(), images.width, images.height, images.srcStride,
         images.dst.data(), images.dstStride);
     };
     F* const best = lumBestOf(vector, reference);
-    add(name + "/V", moved, [=] { call(best); });
-    add(name + "/C", moved, [=] { call(reference); });
-    add(name + "/opencv", moved, [&images, size] {
+    lumAddBench(name + "/V", moved, [=] { call(best); });
+    lumAddBench(name + "/C", moved, [=] { call(reference); });
+    lumAddBench(name + "/opencv", moved, [&images, size] {
       const cv::Mat a(size.height, size.width, kCvDepth<T>, images.src1.data());
       const cv::Mat b(size.height, size.width, kCvDepth<T>, images.src2.data());
       cv::Mat d(size.height, size.width, kCvDepth<T>, images.dst.data());
@@ -125,10 +102,9 @@ void addTwoSources(const char* function, F* reference, const lumVectorSet<F>& ve
 
 template <class T, class TDst, int kChannels, class F>
 void addOneSource(const char* function, F* reference, const lumVectorSet<F>& vector) {
-  for (const Size& size : kSizes) {
+  for (const lumBenchSize& size : LUM_BENCH_SIZES) {
     auto& images = *new Images<T, TDst>(size, kChannels);
-    const std::string name = std::string(function) + "/" + std::to_string(size.width) + "x" +
-                             std::to_string(size.height);
+    const std::string name = std::string(function) + "/" + size.text();
     const size_t moved = images.bytes() * 2;
     const auto call = [&images](F* f) {
       constexpr std::array<T, 4> kValues = {T{10}, T{20}, T{30}, T{40}};
@@ -139,9 +115,9 @@ void addOneSource(const char* function, F* reference, const lumVectorSet<F>& vec
       (std::make_index_sequence<kChannels>());
     };
     F* const best = lumBestOf(vector, reference);
-    add(name + "/V", moved, [=] { call(best); });
-    add(name + "/C", moved, [=] { call(reference); });
-    add(name + "/opencv", moved, [&images, size] {
+    lumAddBench(name + "/V", moved, [=] { call(best); });
+    lumAddBench(name + "/C", moved, [=] { call(reference); });
+    lumAddBench(name + "/opencv", moved, [&images, size] {
       const int type = CV_MAKETYPE(kCvDepth<T>, kChannels);
       const cv::Mat a(size.height, size.width, type, images.src1.data());
       cv::Mat d(size.height, size.width, type, images.dst.data());

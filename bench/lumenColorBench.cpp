@@ -5,7 +5,6 @@
 //
 // Names are <function>/<size>/<who>; bench/lumen-ratios makes a table of them.
 
-#include <benchmark/benchmark.h>
 #include <libyuv.h>
 
 #include <cstring>
@@ -18,15 +17,11 @@
 #include <vector>
 
 #include "cpu/lumenColorPixel.h"
+#include "lumenBench.h"
 #include "lumenTable.h"
 #include "lumenVector.h"
 
 namespace {
-
-struct Size {
-  int width, height;
-};
-constexpr Size kSizes[] = {{640, 480}, {1920, 1080}, {4000, 3000}};
 
 // The planes of a frame, each packed, chroma behind Y without a gap as OpenCV has it, and a packed
 // image.
@@ -34,7 +29,7 @@ struct Frame {
   int width, height, chromaWidth, chromaHeight, bytes;
   std::vector<uint8_t> ycc, rgb;
 
-  Frame(const Size& size, int x, int y, size_t pixelBytes)
+  Frame(const lumBenchSize& size, int x, int y, size_t pixelBytes)
       : width(size.width),
         height(size.height),
         chromaWidth(width / x),
@@ -53,34 +48,10 @@ struct Frame {
 };
 
 // One frame for all cases of a kind.
-Frame& frameOf(const Size& size, int x, int y, size_t pixelBytes) {
+Frame& frameOf(const lumBenchSize& size, int x, int y, size_t pixelBytes) {
   static std::map<std::tuple<int, int, int, size_t>, Frame> frames;
   const auto key = std::make_tuple(size.width, x, y, pixelBytes);
   return frames.try_emplace(key, size, x, y, pixelBytes).first->second;
-}
-
-template <class F>
-void add(const std::string& name, size_t bytes, F work) {
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-    for (auto _ : state) {
-      work();
-      benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes));
-  })->UseRealTime();
-}
-
-// What a conversion that reads one side and writes the other can reach.
-__attribute__((target_clones("arch=skylake-avx512", "arch=haswell", "default"))) void moveLoop(
-    const uint8_t* from, size_t fromBytes, uint8_t* to, size_t toBytes) {
-  const auto* a = reinterpret_cast<const uint64_t*>(from);
-  auto* b = reinterpret_cast<uint64_t*>(to);
-  const size_t both = std::min(fromBytes, toBytes) / 8;
-  for (size_t i = 0; i < both; ++i) b[i] = ~a[i];
-  uint64_t sum = 0;
-  for (size_t i = both; i < fromBytes / 8; ++i) sum ^= a[i];
-  for (size_t i = both; i < toBytes / 8; ++i) b[i] = sum;
-  b[0] ^= sum;
 }
 
 using Call = std::function<void(Frame&)>;
@@ -90,20 +61,19 @@ struct Peers {
 
 void addCase(const std::string& function, int x, int y, size_t pixelBytes, bool toRgb, Call vector,
              Call reference, const Peers& peers) {
-  for (const Size& size : kSizes) {
+  for (const lumBenchSize& size : LUM_BENCH_SIZES) {
     Frame& frame = frameOf(size, x, y, pixelBytes);
-    const std::string name =
-        function + "/" + std::to_string(size.width) + "x" + std::to_string(size.height) + "/";
+    const std::string name = function + "/" + size.text() + "/";
     const auto addOf = [&](const char* who, const Call& call) {
-      if (call) add(name + who, frame.moved(), [&frame, call] { call(frame); });
+      if (call) lumAddBench(name + who, frame.moved(), [&frame, call] { call(frame); });
     };
     addOf("V", vector);
     addOf("C", reference);
     addOf("libyuv", peers.libyuv);
     addOf("opencv", peers.opencv);
     addOf("loop", [toRgb](Frame& f) {
-      if (toRgb) moveLoop(f.y(), f.ycc.size(), f.rgb.data(), f.rgb.size());
-      else moveLoop(f.rgb.data(), f.rgb.size(), f.y(), f.ycc.size());
+      if (toRgb) lumMoveLoop(f.y(), f.ycc.size(), f.rgb.data(), f.rgb.size());
+      else lumMoveLoop(f.rgb.data(), f.rgb.size(), f.y(), f.ycc.size());
     });
     addOf("memcpy", [](Frame& f) {
       const size_t half = f.moved() / 2, first = std::min({half, f.ycc.size(), f.rgb.size()});

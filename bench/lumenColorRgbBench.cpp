@@ -3,7 +3,6 @@
 //
 // Names are <function>/<size>/<who>; bench/lumen-ratios makes a table of them.
 
-#include <benchmark/benchmark.h>
 #include <libyuv.h>
 
 #include <functional>
@@ -12,17 +11,12 @@
 #include <string>
 #include <vector>
 
+#include "lumenBench.h"
 #include "lumenColorFormat.h"
 #include "lumenTable.h"
 #include "lumenVector.h"
 
 namespace {
-
-struct Size {
-  int width, height;
-  std::string text() const { return std::to_string(width) + "x" + std::to_string(height); }
-};
-constexpr Size kSizes[] = {{640, 480}, {1920, 1080}, {4000, 3000}};
 
 using Buffer = std::vector<uint8_t>;
 
@@ -31,31 +25,6 @@ Buffer randomBytes(size_t count) {
   std::minstd_rand random(1);
   for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random() >> 8);
   return bytes;
-}
-
-template <class F>
-void add(const std::string& name, size_t bytes, F work) {
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-    for (auto _ : state) {
-      work();
-      benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes));
-  })->UseRealTime();
-}
-
-// What any function that reads and writes as many bytes can reach: the larger image is gone through
-// once, the smaller as often as it has to be.
-__attribute__((target_clones("arch=skylake-avx512", "arch=haswell", "default"))) void mixedLoop(
-    const uint8_t* src, size_t srcBytes, uint8_t* dst, size_t dstBytes) {
-  const size_t both = std::min(srcBytes, dstBytes) / 8;
-  const auto* in = reinterpret_cast<const uint64_t*>(src);
-  auto* out = reinterpret_cast<uint64_t*>(dst);
-  for (size_t i = 0; i < both; ++i) out[i] = ~in[i];
-  uint64_t sum = 0;
-  for (size_t i = both; i < srcBytes / 8; ++i) sum += in[i];
-  benchmark::DoNotOptimize(sum);
-  for (size_t i = both; i < dstBytes / 8; ++i) out[i] = i;
 }
 
 // ------------------------------------------------------------------------------------------ packed
@@ -110,7 +79,7 @@ constexpr Peer kPeers[] = {
     {"lumColorCbCrSwapu8", -1, yuvPacked<libyuv::SwapUVPlane>},
 };
 
-void addPacked(const Packed& function, const Size& size) {
+void addPacked(const Packed& function, const lumBenchSize& size) {
   const size_t pixels = size_t(size.width) * size_t(size.height);
   auto& src = *new Buffer(randomBytes(pixels * function.srcBytes));
   auto& dst = *new Buffer(pixels * function.dstBytes);
@@ -123,21 +92,21 @@ void addPacked(const Packed& function, const Size& size) {
             srcStride, dst.data(), dstStride);
   };
   Convert* const best = lumBestOf(*function.vector, function.reference);
-  add(name + "V", moved, [=] { call(best); });
-  add(name + "C", moved, [=] { call(function.reference); });
-  add(name + "loop", moved,
-      [&src, &dst] { mixedLoop(src.data(), src.size(), dst.data(), dst.size()); });
+  lumAddBench(name + "V", moved, [=] { call(best); });
+  lumAddBench(name + "C", moved, [=] { call(function.reference); });
+  lumAddBench(name + "loop", moved,
+              [&src, &dst] { lumMoveLoop(src.data(), src.size(), dst.data(), dst.size()); });
   for (const Peer& peer : kPeers) {
     if (std::string_view(peer.name) != function.name) continue;
     if (peer.yuv) {
-      add(name + "libyuv", moved, [&src, &dst, size, peer, srcStride, dstStride] {
+      lumAddBench(name + "libyuv", moved, [&src, &dst, size, peer, srcStride, dstStride] {
         peer.yuv(src.data(), static_cast<int>(srcStride), dst.data(), static_cast<int>(dstStride),
                  size.width, size.height);
       });
     }
     if (peer.code >= 0) {
       const bool isLab = peer.code == cv::COLOR_RGB2Lab;  // which takes three channels as well
-      add(name + "opencv", moved, [&src, &dst, size, peer, function, isLab] {
+      lumAddBench(name + "opencv", moved, [&src, &dst, size, peer, function, isLab] {
         const auto type = [](size_t bytes) { return CV_MAKETYPE(CV_8U, static_cast<int>(bytes)); };
         cv::Mat in(size.height, size.width, type(function.srcBytes), src.data());
         cv::Mat out(size.height, size.width, type(function.dstBytes), dst.data());
@@ -152,7 +121,7 @@ void addPacked(const Packed& function, const Size& size) {
 // Whole pictures without gaps between their planes' rows.
 template <class L>
 struct Picture {
-  explicit Picture(const Size& size)
+  explicit Picture(const lumBenchSize& size)
       : width(static_cast<uint32_t>(size.width)),
         height(static_cast<uint32_t>(size.height)),
         luma(randomBytes(size_t{width} * height)) {
@@ -208,23 +177,23 @@ void callYuv(F* f, Picture<From>& src, Picture<To>& dst) {
 template <class From, class To, class F>
 void addLayout(const char* function, F* reference, const lumVectorSet<F>& vector) {
   using namespace lumColor;
-  for (const Size& size : kSizes) {
+  for (const lumBenchSize& size : LUM_BENCH_SIZES) {
     auto& src = *new Picture<From>(size);
     auto& dst = *new Picture<To>(size);
     const std::string name = std::string(function) + "/" + size.text() + "/";
     const size_t moved = src.bytes() + dst.bytes();
     F* const best = lumBestOf(vector, reference);
-    add(name + "V", moved, [=, &src, &dst] { callLumen(best, src, dst); });
-    add(name + "C", moved, [=, &src, &dst] { callLumen(reference, src, dst); });
-    add(name + "loop", moved, [&src, &dst] {
-      mixedLoop(src.luma.data(), src.luma.size(), dst.luma.data(), dst.luma.size());
+    lumAddBench(name + "V", moved, [=, &src, &dst] { callLumen(best, src, dst); });
+    lumAddBench(name + "C", moved, [=, &src, &dst] { callLumen(reference, src, dst); });
+    lumAddBench(name + "loop", moved, [&src, &dst] {
+      lumMoveLoop(src.luma.data(), src.luma.size(), dst.luma.data(), dst.luma.size());
       for (int k = 0; k < 2; ++k) {
-        mixedLoop(src.chroma[k].data(), src.chroma[k].size(), dst.chroma[k].data(),
-                  dst.chroma[k].size());
+        lumMoveLoop(src.chroma[k].data(), src.chroma[k].size(), dst.chroma[k].data(),
+                    dst.chroma[k].size());
       }
     });
     const auto yuv = [&](auto* f) {
-      add(name + "libyuv", moved, [=, &src, &dst] { callYuv(f, src, dst); });
+      lumAddBench(name + "libyuv", moved, [=, &src, &dst] { callYuv(f, src, dst); });
     };
     // A peer of the same work: the order of Cb and Cr does not matter to it.
     constexpr auto is = []<class A, class B>(A, B) {
@@ -247,7 +216,7 @@ void addLayout(const char* function, F* reference, const lumVectorSet<F>& vector
 const bool registered = [] {
   cv::setNumThreads(1);
   for (const Packed& function : kPacked) {
-    for (const Size& size : kSizes) addPacked(function, size);
+    for (const lumBenchSize& size : LUM_BENCH_SIZES) addPacked(function, size);
   }
 #define LUM_COLOR_LAYOUT(name, From, To) \
   addLayout<lumColor::From, lumColor::To>(#name, name##C, name##V);

@@ -2,7 +2,6 @@
 //
 // Names are <function>.<scene>.<barrier>/<size>/<who>; bench/lumen-ratios makes a table of them.
 
-#include <benchmark/benchmark.h>
 #include <cvd/fast_corner.h>
 #include <cvd/nonmax_suppression.h>
 
@@ -10,23 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "lumenBench.h"
 #include "lumenScenes.h"
 #include "lumenTable.h"
 #include "lumenVector.h"
 
 namespace {
-
-template <class F>
-void add(const std::string& name, F work) {
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-    size_t corners = 0;
-    for (auto _ : state) {
-      corners = work();
-      benchmark::ClobberMemory();
-    }
-    state.counters["corners"] = static_cast<double>(corners);
-  })->UseRealTime();
-}
 
 // An image with room for all of its corners.
 struct Search {
@@ -54,17 +42,17 @@ using Scored = decltype(lumCornerFast9Scoreu8_v2);
 void addPlain(const std::string& name, Search& s, int barrier, Plain* reference, Plain* vector,
               void (*peer)(const CVD::BasicImage<CVD::byte>&, std::vector<CVD::ImageRef>&, int)) {
   for (auto [who, f] : {std::pair("/V", vector), {"/C", reference}}) {
-    add(name + who, [&s, barrier, f = f] {
+    lumAddDetector(name + who, [&s, barrier, f = f] {
       f(s.image.data, s.width, s.height, s.width, barrier, 3, s.xy.data(), s.capacity(), &s.count);
       return size_t{s.count};
     });
   }
-  add(name + "/opencv", [&s, barrier] {
+  lumAddDetector(name + "/opencv", [&s, barrier] {
     static std::vector<cv::KeyPoint> points;
     cv::FAST(s.image, points, barrier, false);
     return points.size();
   });
-  add(name + "/cvd", [&s, barrier, peer] {
+  lumAddDetector(name + "/cvd", [&s, barrier, peer] {
     static std::vector<CVD::ImageRef> points;
     points.clear();
     peer(s.peer, points, barrier);
@@ -76,18 +64,18 @@ void addScored(const std::string& name, Search& s, int barrier, Scored* referenc
                void (*peer)(const CVD::BasicImage<CVD::byte>&, std::vector<CVD::ImageRef>&, int),
                bool isNine) {
   for (auto [who, f] : {std::pair("/V", vector), {"/C", reference}}) {
-    add(name + who, [&s, barrier, f = f] {
+    lumAddDetector(name + who, [&s, barrier, f = f] {
       f(s.image.data, s.width, s.height, s.width, barrier, 3, s.xy.data(), s.scores.data(),
         s.capacity(), &s.count, 1, s.work.data());
       return size_t{s.count};
     });
   }
-  add(name + "/opencv", [&s, barrier] {
+  lumAddDetector(name + "/opencv", [&s, barrier] {
     static std::vector<cv::KeyPoint> points;
     cv::FAST(s.image, points, barrier, true);
     return points.size();
   });
-  add(name + "/cvd", [&s, barrier, peer, isNine] {
+  lumAddDetector(name + "/cvd", [&s, barrier, peer, isNine] {
     static std::vector<CVD::ImageRef> points, kept;
     static std::vector<int> scores;
     points.clear();

@@ -4,10 +4,9 @@
 //
 // Names are <function>.<scene>/<size>/<who>; bench/lumen-ratios makes a table of them.
 
-#include <benchmark/benchmark.h>
-
 #include <utility>
 
+#include "lumenBench.h"
 #include "lumenScenes.h"
 #include "lumenTable.h"
 #include "lumenVector.h"
@@ -27,24 +26,12 @@ struct Search {
   uint32_t count = 0;
 };
 
-template <class F>
-void add(const std::string& name, F work) {
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-    size_t corners = 0;
-    for (auto _ : state) {
-      corners = work();
-      benchmark::ClobberMemory();
-    }
-    state.counters["corners"] = static_cast<double>(corners);
-  })->UseRealTime();
-}
-
 // A function in both columns; `last`: its arguments behind the image and the border.
 template <class F, class... Last>
 void addColumns(const std::string& name, Search& s, F* reference, const lumVectorSet<F>& vector,
                 Last... last) {
   for (auto [who, f] : {std::pair("/V", lumBestOf(vector, reference)), {"/C", reference}}) {
-    add(name + who, [=, &s, f = f] {
+    lumAddDetector(name + who, [=, &s, f = f] {
       f(s.image.data, s.width, s.height, s.width, 5, s.xy.data(), last...);
       return size_t{s.count};
     });
@@ -78,14 +65,14 @@ const bool registered = [] {
       const std::string rest = lumSceneName(scene, size);
       addColumns("harris" + rest, s, lumCornerHarrisu8C, lumCornerHarrisu8V, kCapacity, &s.count,
                  kThreshold);
-      add("harris" + rest + "/opencv", [&s] { return cornersOfOpenCv(s.image); });
+      lumAddDetector("harris" + rest + "/opencv", [&s] { return cornersOfOpenCv(s.image); });
       addColumns("harrisAdaptive" + rest, s, lumCornerHarrisAdaptiveu8C, lumCornerHarrisAdaptiveu8V,
                  1000u, &s.count, kThreshold);
       addColumns("harrisScore" + rest, s, lumCornerHarrisScoreu8C, lumCornerHarrisScoreu8V,
                  s.scores.data(), kCapacity, &s.count, kThreshold, 1u);
       addColumns("goodFeatures" + rest, s, lumGoodFeatureToTracku8C, lumGoodFeatureToTracku8V,
                  1000u, &s.count, kQuality, kDistance);
-      add("goodFeatures" + rest + "/opencv", [&s] {
+      lumAddDetector("goodFeatures" + rest + "/opencv", [&s] {
         static std::vector<cv::Point2f> points;
         cv::goodFeaturesToTrack(s.image, points, 1000, kQuality, kDistance, {}, 5);
         return points.size();

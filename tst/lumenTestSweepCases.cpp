@@ -143,9 +143,10 @@ class List {
   Cases cases_;
 };
 
-// More bytes than the caches of a core hold: vector code then stores past the cache.
+// More bytes than the caches of a core hold: vector code then stores past the cache, some of it
+// from 4 MiB on.
 void addLarge(const LUMEN_TEST_Description& description, const Cases& layouts, List& list) {
-  constexpr uint64_t kBytes = uint64_t{3} << 20;
+  constexpr uint64_t kBytes = uint64_t{5} << 20;
   uint64_t bytesOfPixels = 0;  // of 64
   for (const LUMEN_TEST_Image& image : description.images) {
     if (image.extent) continue;

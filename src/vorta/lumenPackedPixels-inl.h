@@ -131,23 +131,26 @@ HWY_INLINE hn::Mask<Bytes> Place(size_t k) {
   return hn::MaskFromVec(BlockTable(kThreeBytes.place[k]));
 }
 
+#if HWY_TARGET == HWY_AVX3
+// Quads of x and y, then quads of these and z.
+HWY_INLINE VBytes PickQuads(VBytes x, VBytes y, VBytes z, __m512i xy, __m512i andZ) {
+  const auto two = _mm512_permutex2var_epi64(x.raw, xy, y.raw);
+  return VBytes{_mm512_permutex2var_epi64(two, andZ, z.raw)};
+}
+#endif
+
 // Puts the three blocks of each 16 pixels, first, second and third ones in a vector each, into the
 // order of memory.
 HWY_INLINE void TriplesToMemory(VBytes (&v)[3]) {
 #if HWY_TARGET == HWY_AVX3
-  // Quads of x and y, then quads of these and z.
-  const auto pick = [](VBytes x, VBytes y, VBytes z, __m512i xy, __m512i andZ) LUM_LAMBDA {
-    const auto two = _mm512_permutex2var_epi64(x.raw, xy, y.raw);
-    return VBytes{_mm512_permutex2var_epi64(two, andZ, z.raw)};
-  };
   const VBytes a = v[0], b = v[1], c = v[2];
   // a0 b0 c0 a1, b1 c1 a2 b2, c2 a3 b3 c3
-  v[0] = pick(a, b, c, _mm512_set_epi64(3, 2, 0, 0, 9, 8, 1, 0),
-              _mm512_set_epi64(7, 6, 9, 8, 3, 2, 1, 0));
-  v[1] = pick(b, c, a, _mm512_set_epi64(5, 4, 0, 0, 11, 10, 3, 2),
-              _mm512_set_epi64(7, 6, 13, 12, 3, 2, 1, 0));
-  v[2] = pick(c, a, b, _mm512_set_epi64(7, 6, 0, 0, 15, 14, 5, 4),
-              _mm512_set_epi64(7, 6, 15, 14, 3, 2, 1, 0));
+  v[0] = PickQuads(a, b, c, _mm512_set_epi64(3, 2, 0, 0, 9, 8, 1, 0),
+                   _mm512_set_epi64(7, 6, 9, 8, 3, 2, 1, 0));
+  v[1] = PickQuads(b, c, a, _mm512_set_epi64(5, 4, 0, 0, 11, 10, 3, 2),
+                   _mm512_set_epi64(7, 6, 13, 12, 3, 2, 1, 0));
+  v[2] = PickQuads(c, a, b, _mm512_set_epi64(7, 6, 0, 0, 15, 14, 5, 4),
+                   _mm512_set_epi64(7, 6, 15, 14, 3, 2, 1, 0));
 #elif HWY_TARGET == HWY_AVX2
   const VBytes a = v[0], b = v[1], c = v[2];
   v[0] = hn::ConcatLowerLower(Bytes(), b, a);
@@ -160,19 +163,14 @@ HWY_INLINE void TriplesToMemory(VBytes (&v)[3]) {
 // The inverse.
 HWY_INLINE void TriplesFromMemory(VBytes (&v)[3]) {
 #if HWY_TARGET == HWY_AVX3
-  // Quads of x and y, then quads of these and z.
-  const auto pick = [](VBytes x, VBytes y, VBytes z, __m512i xy, __m512i andZ) LUM_LAMBDA {
-    const auto two = _mm512_permutex2var_epi64(x.raw, xy, y.raw);
-    return VBytes{_mm512_permutex2var_epi64(two, andZ, z.raw)};
-  };
   const VBytes a = v[0], b = v[1], c = v[2];
   // Blocks 0 3 6 9, 1 4 7 10, 2 5 8 11
-  v[0] = pick(a, b, c, _mm512_set_epi64(0, 0, 13, 12, 7, 6, 1, 0),
-              _mm512_set_epi64(11, 10, 5, 4, 3, 2, 1, 0));
-  v[1] = pick(a, b, c, _mm512_set_epi64(0, 0, 15, 14, 9, 8, 3, 2),
-              _mm512_set_epi64(13, 12, 5, 4, 3, 2, 1, 0));
-  v[2] = pick(a, b, c, _mm512_set_epi64(0, 0, 0, 0, 11, 10, 5, 4),
-              _mm512_set_epi64(15, 14, 9, 8, 3, 2, 1, 0));
+  v[0] = PickQuads(a, b, c, _mm512_set_epi64(0, 0, 13, 12, 7, 6, 1, 0),
+                   _mm512_set_epi64(11, 10, 5, 4, 3, 2, 1, 0));
+  v[1] = PickQuads(a, b, c, _mm512_set_epi64(0, 0, 15, 14, 9, 8, 3, 2),
+                   _mm512_set_epi64(13, 12, 5, 4, 3, 2, 1, 0));
+  v[2] = PickQuads(a, b, c, _mm512_set_epi64(0, 0, 0, 0, 11, 10, 5, 4),
+                   _mm512_set_epi64(15, 14, 9, 8, 3, 2, 1, 0));
 #elif HWY_TARGET == HWY_AVX2
   const VBytes a = v[0], b = v[1], c = v[2];
   v[0] = hn::ConcatUpperLower(Bytes(), b, a);
