@@ -141,6 +141,8 @@ class RowSearch {
   // How many of these numbers make a vector.
   using BitsTag = hn::Repartition<uint64_t, D>;
   static constexpr uint32_t kBatch = kLanes / 8;
+  // How many vectors are compared before their bits are looked at: these stay in the nearest cache.
+  static constexpr uint32_t kCompared = 4 * kBatch;
 
   HWY_INLINE const uint8_t* placeOf(const uint8_t* p, int i) const { return p + offset_[i]; }
   // Where the line ends that x is in. But for the first and the last of a row, vectors lie on
@@ -244,9 +246,26 @@ class RowSearch {
   // Those of the vectors that hold corners, and where. For each place of the circle, the bits of as
   // many vectors as make a vector of bits are looked at together.
   HWY_NOINLINE uint32_t ListCorners(uint32_t vectors) {
-    for (uint32_t k = 0; k < vectors; ++k) {
-      const uint8_t* p = row_ + vectors_[k];
-      const Limits limits(hn::LoadU(d, p), hn::Set(d, barrier_));
+    uint32_t count = 0;
+    for (uint32_t done = 0; done < vectors; done += kCompared) {
+      const uint32_t some = HWY_MIN(vectors - done, kCompared);
+      CompareAll(vectors_ + done, some);
+      for (uint32_t k = 0; k < some; k += kBatch) {
+        HWY_ALIGN uint64_t bright[kBatch], dark[kBatch];
+        hn::Store(ArcsOf(isBright_[k / kBatch]), BitsTag(), bright);
+        hn::Store(ArcsOf(isDark_[k / kBatch]), BitsTag(), dark);
+        for (uint32_t n = 0; n < kBatch && k + n < some; ++n) {
+          count += List(count, vectors_[done + k + n], bright[n], dark[n]);
+        }
+      }
+    }
+    return count;
+  }
+  HWY_INLINE void CompareAll(const uint32_t* vectors, uint32_t count) {
+    const V barrier = hn::Set(d, barrier_);
+    for (uint32_t k = 0; k < count; ++k) {
+      const uint8_t* p = row_ + vectors[k];
+      const Limits limits(hn::LoadU(d, p), barrier);
       auto& isBright = isBright_[k / kBatch];
       auto& isDark = isDark_[k / kBatch];
       HWY_UNROLL(16)
@@ -256,16 +275,6 @@ class RowSearch {
         isDark[i][k % kBatch] = BitsOf(d, hn::Lt(v, limits.below));
       }
     }
-    uint32_t count = 0;
-    for (uint32_t k = 0; k < vectors; k += kBatch) {
-      HWY_ALIGN uint64_t bright[kBatch], dark[kBatch];
-      hn::Store(ArcsOf(isBright_[k / kBatch]), BitsTag(), bright);
-      hn::Store(ArcsOf(isDark_[k / kBatch]), BitsTag(), dark);
-      for (uint32_t n = 0; n < kBatch && k + n < vectors; ++n) {
-        count += List(count, vectors_[k + n], bright[n], dark[n]);
-      }
-    }
-    return count;
   }
 
   // A bit of each vector of a batch, for each place of the circle.
@@ -340,7 +349,7 @@ class RowSearch {
   ptrdiff_t offset_[LUM_CIRCLE];
   uint32_t vectors_[kVectors];
   uint64_t bright_[kVectors], dark_[kVectors];
-  HWY_ALIGN BatchBits isBright_[kVectors / kBatch], isDark_[kVectors / kBatch];
+  HWY_ALIGN BatchBits isBright_[kCompared / kBatch], isDark_[kCompared / kBatch];
   uint32_t blocks_[kVectors * kGroup + kGroup];
   uint16_t blockBits_[kVectors * kGroup + kGroup];
 };
