@@ -217,10 +217,23 @@ HWY_INLINE void Rows(const uint8_t* src, uint32_t width, uint32_t height, uint32
   }
 }
 
+// Whether rows can be converted as one long row: none shares chroma with another one, and nothing
+// lies between them.
+template <class S, class Format>
+HWY_INLINE bool AreOneRow(uint32_t width, uint32_t height, uint32_t srcStride, uint32_t dstYStride,
+                          bool isChromaPacked) {
+  return S::kY == 1 && width % S::kX == 0 && isChromaPacked && dstYStride == width &&
+         srcStride == width * uint64_t{Format::kBytes} && uint64_t{width} * height <= UINT32_MAX;
+}
+
 template <class S, class Format>
 void ImageToPlanes(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
                    uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t dstYStride,
                    uint32_t dstCbStride, uint32_t dstCrStride) {
+  const bool isPacked = dstCbStride == width / S::kX && dstCrStride == width / S::kX;
+  if (AreOneRow<S, Format>(width, height, srcStride, dstYStride, isPacked)) {
+    return RowToPlanes<S, Format>(src, width * height, dstY, dstCb, dstCr);
+  }
   Rows<S, Format>(src, width, height, srcStride, dstY, dstYStride,
                   [=](const uint8_t* s, uint8_t* y, uint32_t row) LUM_LAMBDA {
                     RowToPlanes<S, Format>(s, width, y, lumRowAt(dstCb, row, dstCbStride),
@@ -231,6 +244,10 @@ void ImageToPlanes(const uint8_t* src, uint32_t width, uint32_t height, uint32_t
 template <class S, class Format>
 void ImageToPairs(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
                   uint8_t* dstY, uint8_t* dstC, uint32_t dstYStride, uint32_t dstCStride) {
+  const bool isPacked = dstCStride == 2 * uint64_t{width / S::kX};
+  if (AreOneRow<S, Format>(width, height, srcStride, dstYStride, isPacked)) {
+    return RowToPairs<S, Format>(src, width * height, dstY, dstC);
+  }
   Rows<S, Format>(src, width, height, srcStride, dstY, dstYStride,
                   [=](const uint8_t* s, uint8_t* y, uint32_t row) LUM_LAMBDA {
                     RowToPairs<S, Format>(s, width, y, lumRowAt(dstC, row, dstCStride));
