@@ -63,10 +63,18 @@ template <class V, class M>
 HWY_INLINE M GtAmong(M mask, V a, V b) {
   return hn::And(mask, hn::Gt(a, b));
 }
+// Whether any lane is in one of two masks.
+template <class D>
+HWY_INLINE bool IsAnyIn(D d, hn::Mask<D> a, hn::Mask<D> b) {
+  return !hn::AllFalse(d, hn::Or(a, b));
+}
 #if HWY_TARGET == HWY_AVX3
 HWY_INLINE hn::Mask512<uint8_t> GtAmong(hn::Mask512<uint8_t> mask, hn::Vec512<uint8_t> a,
                                         hn::Vec512<uint8_t> b) {
   return hn::Mask512<uint8_t>{_mm512_mask_cmpgt_epu8_mask(mask.raw, a.raw, b.raw)};
+}
+HWY_INLINE bool IsAnyIn(hn::Full512<uint8_t>, hn::Mask512<uint8_t> a, hn::Mask512<uint8_t> b) {
+  return !_kortestz_mask64_u8(a.raw, b.raw);
 }
 #endif
 
@@ -111,14 +119,14 @@ class RowSearch {
   // Finds the corners of a part of a row. The number of vectors that have some.
   HWY_INLINE uint32_t Find(uint32_t begin, uint32_t end) {
     const uint32_t vectors = ListVectors(begin, end);
-    if constexpr (kComparesToBits) return ListCorners(vectors);
+    if constexpr (kComparesToBits) return ListCorners(Thin(vectors, (end - begin) / kLanes));
     else return ListStrengths(ListCandidates(vectors), nullptr);
   }
   // The same with their strengths.
   HWY_INLINE uint32_t Find(uint32_t begin, uint32_t end, const FastStrengths& strengths) {
     const uint32_t vectors = ListVectors(begin, end);
     if constexpr (kComparesToBits) {
-      const uint32_t some = ListCorners(vectors);
+      const uint32_t some = ListCorners(Thin(vectors, (end - begin) / kLanes));
       FillStrengths<true>(ListBlocks(bright_, some), strengths);
       FillStrengths<false>(ListBlocks(dark_, some), strengths);
       return some;
@@ -168,9 +176,9 @@ class RowSearch {
   struct Candidates {
     hn::Mask<D> bright, dark;
   };
-  template <int kPairs>
-  HWY_INLINE Candidates CandidatesAt(const uint8_t* p) const {
-    const Limits limits(hn::LoadU(d, p), hn::Set(d, barrier_));
+  template <int kPairs, int kFirst>
+  HWY_INLINE Candidates CandidatesAt(const uint8_t* p, V barrier) const {
+    const Limits limits(hn::LoadU(d, p), barrier);
     const auto among = [&](int i, const Candidates* before) HWY_ATTR {
       const V a = hn::LoadU(d, placeOf(p, i)), b = hn::LoadU(d, placeOf(p, i + 8));
       const V brighter = hn::Max(a, b), darker = hn::Min(a, b);
@@ -178,32 +186,55 @@ class RowSearch {
       return Candidates{GtAmong(before->bright, brighter, limits.above),
                         GtAmong(before->dark, limits.below, darker)};
     };
-    // Two pairs are the diagonal ones: in photographs fewer pixels pass than with the upright and
-    // the level one.
-    Candidates all = among(4 / kPairs, nullptr);
-    for (int i = 12 / kPairs; i < 8; i += 8 / kPairs) all = among(i, &all);
+    Candidates all = among(kFirst, nullptr);
+    for (int i = kFirst + 8 / kPairs; i < 8; i += 8 / kPairs) all = among(i, &all);
     return all;
   }
 
-  // The vectors of a part of a row that may hold corners.
+  // The vectors of a part of a row that may hold corners, by the two diagonal pairs: in photographs
+  // fewer pixels pass than with the upright and the level one.
   HWY_NOINLINE uint32_t ListVectors(uint32_t begin, uint32_t end) {
+    const uint8_t *const row = row_, *const ahead = ahead_;
+    const V barrier = hn::Set(d, barrier_);
     uint32_t count = 0;
-    for (uint32_t x = begin, next = lineEnd(begin); x < end; x = next, next += kLanes) {
-      if constexpr (kPrefetches) hwy::Prefetch(ahead_ + x);
-      const uint32_t at = HWY_MIN(HWY_MAX(next, begin_ + kLanes), end_) - kLanes;
-      const Candidates all = CandidatesAt<2>(row_ + at);
+    const auto list = [&](uint32_t at) HWY_ATTR {
+      const Candidates all = CandidatesAt<2, 2>(row + at, barrier);
       vectors_[count] = at;
-      count += !hn::AllFalse(d, hn::Or(all.bright, all.dark));
+      count += IsAnyIn(d, all.bright, all.dark);
+    };
+    uint32_t at = lineEnd(begin);
+    if constexpr (kPrefetches) hwy::Prefetch(ahead + begin);
+    list(HWY_MIN(HWY_MAX(at, begin_ + kLanes), end_) - kLanes);
+    for (; at + kLanes <= end; at += kLanes) {
+      if constexpr (kPrefetches) hwy::Prefetch(ahead + at);
+      list(at);
+    }
+    if (at < end) list(end_ - kLanes);
+    return count;
+  }
+
+  // Those that the upright and the level pair leave, where vectors are so few that this is the last
+  // step for many. Where there are edges all over it would be one step more for most.
+  HWY_NOINLINE uint32_t Thin(uint32_t vectors, uint32_t outOf) {
+    if (vectors > outOf / 2) return vectors;
+    const V barrier = hn::Set(d, barrier_);
+    uint32_t count = 0;
+    for (uint32_t k = 0; k < vectors; ++k) {
+      const uint32_t at = vectors_[k];
+      const Candidates all = CandidatesAt<2, 0>(row_ + at, barrier);
+      vectors_[count] = at;
+      count += IsAnyIn(d, all.bright, all.dark);
     }
     return count;
   }
 
   // Those of the vectors that may still hold corners, and where.
   HWY_NOINLINE uint32_t ListCandidates(uint32_t vectors) {
+    const V barrier = hn::Set(d, barrier_);
     uint32_t count = 0;
     for (uint32_t k = 0; k < vectors; ++k) {
       const uint32_t x = vectors_[k];
-      const Candidates all = CandidatesAt<4>(row_ + x);
+      const Candidates all = CandidatesAt<4, 1>(row_ + x, barrier);
       count += List(count, x, BitsOf(d, all.bright), BitsOf(d, all.dark));
     }
     return count;
