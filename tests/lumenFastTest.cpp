@@ -18,7 +18,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 // What a search gives: lists, and what lies behind them.
 struct Found {

@@ -31,13 +31,13 @@ class SuppressedSearch {
   SuppressedSearch(const lumFastSearch& search, const lumFastMask* mask, uint32_t* scores)
       : search_(search), rowSearch_(search), out_{search, nullptr, {}, scores, 0}, mask_(mask) {
     if (mask) scale_ = lumFastScaleOf(*mask, search.width, search.height);
+    for (Row& row : rows_) std::memset(row.strength, row.count = 0, search.width);
   }
 
   HWY_INLINE void Run() {
     *search_.count = 0;
     if (mask_ && !scale_.isKnown) return;
     const uint32_t first = search_.border, end = search_.height - search_.border;
-    Clear(first - 1);
     for (uint32_t y = first; y < end; ++y) {
       const bool goesOn = FindIn(y);
       if (y > first) KeepFrom(y - 1);
@@ -59,10 +59,17 @@ class SuppressedSearch {
     uint8_t strength[kWidest];
   };
 
+  // Strengths are in vectors with corners only.
   HWY_INLINE Row& Clear(uint32_t y) {
     Row& row = rows_[y % 3];
+    if (row.count > search_.width / Rows::kLanes / 4) {
+      std::memset(row.strength, 0, search_.width);
+    } else {
+      for (uint32_t k = 0; k < row.count; ++k) {
+        hn::StoreU(hn::Zero(d), d, row.strength + row.corners[k].x);
+      }
+    }
     row.count = 0;
-    std::memset(row.strength, 0, search_.width);
     return row;
   }
 
