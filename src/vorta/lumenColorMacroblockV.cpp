@@ -1,5 +1,5 @@
-// Macroblocks to RGB888, vector: 16 pixels at a time, which are a row of blocks side by side or two
-// rows of one block.
+// Macroblocks to RGB888, vector: a block of 64 samples of chroma at a time, or as much of it as a
+// vector holds, and the pixels that it is for.
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vorta/lumenColorMacroblockV.cpp"
@@ -12,105 +12,139 @@
 #include "cpu/lumenColorPixel.h"
 #include "cpu/lumenRow.h"
 #include "lumenVector.h"
-#include "vorta/lumenShapes-inl.h"
+#include "vorta/lumenColorToRgb-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lumen {
 namespace HWY_NAMESPACE {
 namespace {
 
-using Block8 = hn::FixedTag<uint8_t, 8>;
-using Block16 = hn::FixedTag<uint8_t, 16>;
-using Shorts8 = hn::FixedTag<int16_t, 8>;
-using VShorts8 = hn::Vec<Shorts8>;
-
-// Eight samples of chroma: their part in R, G and B.
-struct Parts {
-  VShorts8 r, g, b;
-};
-
-// (-5638 u - 11700 v + 16384) >> 15, which takes 32 bits.
-HWY_INLINE VShorts8 GreenPart(VShorts8 u, VShorts8 v) {
-  using Longs4 = hn::FixedTag<int32_t, 4>;
-  const auto part = [](hn::Vec<Longs4> u4, hn::Vec<Longs4> v4) LUM_LAMBDA {
-    const Longs4 d;
-    const auto sum = hn::Add(hn::Mul(u4, hn::Set(d, -5638)), hn::Mul(v4, hn::Set(d, -11700)));
-    return hn::DemoteTo(hn::Half<Shorts8>(), hn::ShiftRight<15>(hn::Add(sum, hn::Set(d, 16384))));
+// Chroma's part in R, G and B: rounding multiplications of 16 bits, and
+// (-5638 u - 11700 v + 16384) >> 15, of which 256 (-22 u - 46 v) and the rest are each exact.
+HWY_INLINE Parts MacroblockPartsOf(VWords cb, VWords cr) {
+  const Shorts d;
+  const auto centred = [](VWords samples) LUM_LAMBDA {
+    const VShorts v = hn::BitCast(Shorts(), samples);
+    return hn::Sub(hn::Add(v, v), hn::Set(Shorts(), 255));
   };
-  const Longs4 d4;
-  const hn::Half<Shorts8> dh;
-  const auto low =
-      part(hn::PromoteTo(d4, hn::LowerHalf(dh, u)), hn::PromoteTo(d4, hn::LowerHalf(dh, v)));
-  const auto high =
-      part(hn::PromoteTo(d4, hn::UpperHalf(dh, u)), hn::PromoteTo(d4, hn::UpperHalf(dh, v)));
-  return hn::Combine(Shorts8(), high, low);
-}
-
-// The other two are rounding multiplications of 16 bits.
-HWY_INLINE Parts PartsOf(const uint8_t* cb, const uint8_t* cr) {
-  const Shorts8 d;
-  const auto centred = [](const uint8_t* samples) LUM_LAMBDA {
-    const Shorts8 ds;
-    const auto words = hn::PromoteTo(ds, hn::LoadU(Block8(), samples));
-    return hn::Sub(hn::Add(words, words), hn::Set(ds, 255));
-  };
-  const VShorts8 u = centred(cb), v = centred(cr);
-  return {hn::MulFixedPoint15(v, hn::Set(d, 22970)), GreenPart(u, v),
+  const VShorts u = centred(cb), v = centred(cr);
+  const VShorts rest = hn::ShiftRight<8>(hn::Sub(Times(v, 76), Times(u, 6)));
+  const VShorts whole = hn::Add(Times(u, 22), Times(v, 46));
+  const VShorts g = hn::Add(hn::Sub(rest, whole), hn::Set(d, 64));
+  return {hn::MulFixedPoint15(v, hn::Set(d, 22970)), hn::ShiftRight<7>(g),
           hn::MulFixedPoint15(u, hn::Set(d, 29032))};
 }
 
-// One channel of 16 pixels, whose parts are in the order of `first` and `second`.
-HWY_INLINE hn::Vec<Block16> Channel(hn::Vec<Block16> y, VShorts8 first, VShorts8 second) {
-  const Shorts8 d;
-  const Block8 dh;
-  const auto low = hn::Add(hn::PromoteTo(d, hn::LowerHalf(dh, y)), first);
-  const auto high = hn::Add(hn::PromoteTo(d, hn::UpperHalf(dh, y)), second);
-  return hn::Combine(Block16(), hn::DemoteTo(dh, high), hn::DemoteTo(dh, low));
+// Each vector of both changes by a function of it.
+template <class F>
+HWY_INLINE Changes Each(const Changes& c, const F& f) {
+  const auto both = [&](const Change& change) LUM_LAMBDA {
+    return Change{f(change.add), f(change.subtract)};
+  };
+  return {both(c.r), both(c.g), both(c.b)};
 }
 
+using Eights = hn::Repartition<uint64_t, Bytes>;
+HWY_INLINE VBytes LowerEights(VBytes a, VBytes b) {
+  const Eights d;
+  return hn::BitCast(Bytes(), hn::InterleaveLower(d, hn::BitCast(d, a), hn::BitCast(d, b)));
+}
+HWY_INLINE VBytes UpperEights(VBytes a, VBytes b) {
+  const Eights d;
+  return hn::BitCast(Bytes(), hn::InterleaveUpper(d, hn::BitCast(d, a), hn::BitCast(d, b)));
+}
+
+// Each 16 bytes of a vector are a row of a macroblock 16 pixels wide, or two rows of one that is 8
+// pixels wide.
 template <class Block>
-struct Macroblock {
-  const uint8_t* src;
+class Macroblock {
+ public:
+  // `width` and `height`: of the pixels that lie in an image.
+  HWY_INLINE Macroblock(const uint8_t* src, size_t width, size_t height, uint8_t* dst,
+                        uint32_t dstStride)
+      : src_(src), width_(width), height_(height), dst_(dst), dstStride_(dstStride) {}
 
-  // 16 pixels, packed: row `row` of the macroblock, or two rows of one that is 8 pixels wide.
-  HWY_INLINE void Row(size_t row, uint8_t* packed) const {
-    const uint8_t* chroma = src + Block::kCb + row / Block::kY * 8;
-    const Parts parts = PartsOf(chroma, chroma + 64);
+  HWY_INLINE void Convert() const {
+    for (size_t i = 0; i < 64; i += kLanes) {
+      const size_t row = i / 8 * Block::kY;
+      if (row >= height_) break;
+      const Changes changes = ChangesAt(i);
+      // What is for even and for odd rows of chroma, block by block.
+      Changes even = changes, odd = changes;
+      if constexpr (Block::kX == 2) {
+        const Bytes d;
+        even = Each(changes, [=](VBytes v) LUM_LAMBDA { return hn::InterleaveLower(d, v, v); });
+        odd = Each(changes, [=](VBytes v) LUM_LAMBDA { return hn::InterleaveUpper(d, v, v); });
+      } else if constexpr (Block::kY == 2) {
+        even = Each(changes, [](VBytes v) LUM_LAMBDA { return LowerEights(v, v); });
+        odd = Each(changes, [](VBytes v) LUM_LAMBDA { return UpperEights(v, v); });
+      }
+      if constexpr (Block::kY == 2) {
+        Merge(even, odd);
+        Rows(row, even, even);
+        Rows(row + kLanes / 8, odd, odd);
+      } else {
+        Rows(row, even, odd);
+      }
+    }
+  }
+
+ private:
+  // Of kLanes samples.
+  HWY_INLINE Changes ChangesAt(size_t i) const {
+    const Bytes d;
+    const VBytes cb = LoadBytes(src_ + Block::kCb + i), cr = LoadBytes(src_ + Block::kCr + i);
+    const auto low = [=](VBytes v) LUM_LAMBDA {
+      return hn::BitCast(Words(), hn::InterleaveLower(d, v, hn::Zero(d)));
+    };
+    const auto high = [=](VBytes v) LUM_LAMBDA {
+      return hn::BitCast(Words(), hn::InterleaveUpper(d, v, hn::Zero(d)));
+    };
+    return ChangesOfBlocks(MacroblockPartsOf(low(cb), low(cr)),
+                           MacroblockPartsOf(high(cb), high(cr)));
+  }
+
+  static HWY_INLINE void Merge(Changes& even, Changes& odd) {
+    MergeBlocks(even.r.add, odd.r.add);
+    MergeBlocks(even.r.subtract, odd.r.subtract);
+    MergeBlocks(even.g.add, odd.g.add);
+    MergeBlocks(even.g.subtract, odd.g.subtract);
+    MergeBlocks(even.b.add, odd.b.add);
+    MergeBlocks(even.b.subtract, odd.b.subtract);
+  }
+
+  // kLanes / 8 rows, of which every second one has its own changes where a row is 16 pixels.
+  HWY_INLINE void Rows(size_t row, const Changes& even, const Changes& odd) const {
+    const VBytes y = LoadBytes(src_ + Block::luma(0, row));
     if constexpr (Block::kX == 2) {
-      const uint8_t* left = src + Block::luma(0, row);
-      const auto y =
-          hn::Combine(Block16(), hn::LoadU(Block8(), left + 64), hn::LoadU(Block8(), left));
-      const auto twice = [](hn::Vec<Block16> v16, VShorts8 part) LUM_LAMBDA {
-        return Channel(v16, hn::InterleaveLower(Shorts8(), part, part),
-                       hn::InterleaveUpper(Shorts8(), part, part));
-      };
-      hn::StoreInterleaved3(twice(y, parts.r), twice(y, parts.g), twice(y, parts.b), Block16(),
-                            packed);
+      const VBytes right = LoadBytes(src_ + Block::luma(8, row));
+      Store(LowerEights(y, right), even, row);
+      Store(UpperEights(y, right), odd, row + 1);
     } else {
-      const uint8_t* nextChroma = Block::kY == 2 ? chroma : chroma + 8;
-      const Parts next = PartsOf(nextChroma, nextChroma + 64);
-      const auto y = hn::LoadU(Block16(), src + Block::luma(0, row));
-      hn::StoreInterleaved3(Channel(y, parts.r, next.r), Channel(y, parts.g, next.g),
-                            Channel(y, parts.b, next.b), Block16(), packed);
+      Store(y, even, row);
     }
   }
 
-  // The pixels of it that lie in an image.
-  HWY_INLINE void Convert(size_t width, size_t height, uint8_t* dst, uint32_t dstStride) const {
-    constexpr size_t kRows = Block::kX == 2 ? 1 : 2;
-    for (size_t row = 0; row < height; row += kRows) {
-      uint8_t* d = dst + row * dstStride;
-      if (kRows == 1 && width == Block::kWidth) {
-        Row(row, d);
-        continue;
-      }
-      uint8_t packed[48];
-      Row(row, packed);
-      for (size_t k = 0; k < kRows && row + k < height; ++k) {
-        std::memcpy(d + k * dstStride, packed + 24 * k, 3 * width);
+  // Every second row from `row` on, or pairs of rows.
+  HWY_INLINE void Store(VBytes y, const Changes& change, size_t row) const {
+    constexpr size_t kRows = 2 / Block::kX, kBytes = 3 * Block::kWidth;
+    alignas(64) uint8_t packed[3 * kLanes];
+    StorePacked3<false>(change.r(y), change.g(y), change.b(y), packed);
+    const uint8_t* from = packed;
+    for (size_t block = 0; block < kBlocks; ++block, row += 2) {
+      for (size_t k = 0; k < kRows; ++k, from += kBytes) {
+        if (row + k >= height_) return;
+        uint8_t* const to = dst_ + (row + k) * dstStride_;
+        if (width_ == Block::kWidth) std::memcpy(to, from, kBytes);
+        else std::memcpy(to, from, 3 * width_);
       }
     }
   }
+
+  const uint8_t* src_;
+  const size_t width_, height_;
+  uint8_t* dst_;
+  const uint32_t dstStride_;
 };
 
 template <class Block>
@@ -120,9 +154,9 @@ void MacroblocksToRgb(const uint8_t* src, uint32_t width, uint32_t height, uint3
   for (size_t y = 0; y < height; y += Block::kHeight) {
     const uint8_t* row = src + y / Block::kHeight * srcStride;
     for (size_t x = 0; x < width; x += Block::kWidth) {
-      const Macroblock<Block> block = {row + x / Block::kWidth * Block::kBytes};
-      block.Convert(atMost(Block::kWidth, width - x), atMost(Block::kHeight, height - y),
-                    dst + y * dstStride + 3 * x, dstStride);
+      Macroblock<Block>(row + x / Block::kWidth * Block::kBytes, atMost(Block::kWidth, width - x),
+                        atMost(Block::kHeight, height - y), dst + y * dstStride + 3 * x, dstStride)
+          .Convert();
     }
   }
 }

@@ -68,10 +68,12 @@ HWY_INLINE Change ChangeOfBlocks(VShorts part0, VShorts part1) {
   const VShorts zero = hn::Zero(Shorts());
   return {PackBlocks(part0, part1), PackBlocks(hn::Sub(zero, part0), hn::Sub(zero, part1))};
 }
-HWY_INLINE Changes ChangesOfBlocks(VWords cb0, VWords cr0, VWords cb1, VWords cr1) {
-  const Parts parts0 = PartsOf(cb0, cr0), parts1 = PartsOf(cb1, cr1);
+HWY_INLINE Changes ChangesOfBlocks(const Parts& parts0, const Parts& parts1) {
   return {ChangeOfBlocks(parts0.r, parts1.r), ChangeOfBlocks(parts0.g, parts1.g),
           ChangeOfBlocks(parts0.b, parts1.b)};
+}
+HWY_INLINE Changes ChangesOfBlocks(VWords cb0, VWords cr0, VWords cb1, VWords cr1) {
+  return ChangesOfBlocks(PartsOf(cb0, cr0), PartsOf(cb1, cr1));
 }
 
 // Rows of chroma, by layout. Load<S>(x) is for kLanes pixels from pixel x on, which is even where
