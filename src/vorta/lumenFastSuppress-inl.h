@@ -31,7 +31,10 @@ class SuppressedSearch {
   SuppressedSearch(const lumFastSearch& search, const lumFastMask* mask, uint32_t* scores)
       : search_(search), rowSearch_(search), out_{search, nullptr, {}, scores, 0}, mask_(mask) {
     if (mask) scale_ = lumFastScaleOf(*mask, search.width, search.height);
-    for (Row& row : rows_) std::memset(row.strength, row.count = 0, search.width);
+    for (Row& row : rows_) {
+      row.count = 0;
+      std::memset(row.strength, 0, search.width);
+    }
   }
 
   HWY_INLINE void Run() {
