@@ -41,10 +41,7 @@ void FindInRows(D, FastOutput& out) {
       const FastStrengths strengths = {strength, x - Rows::kLanes};
       if (out.scores) std::memset(strength, 0, sizeof strength);
       const uint32_t count = out.scores ? rows.Find(x, end, strengths) : rows.Find(x, end);
-      for (uint32_t k = 0; k < count; ++k) {
-        const FastCorners corners = rows[k];
-        if (!out.AddAll(corners, y, out.scores ? strengths.at(corners.x) : nullptr)) return;
-      }
+      if (!out.AddAll(rows, count, y, strengths)) return;
     }
   }
 }
@@ -66,7 +63,7 @@ void FindInShortRows(FastOutput& out) {
 // Every corner that `mask` (null: none) allows, with scores where there is a place for them.
 template <int kArc>
 void FindFast(const lumFastSearch& search, const lumFastMask* mask, uint32_t* scores) {
-  FastOutput out = {search, mask, {}, scores, 0};
+  FastOutput out(search, mask, scores);
   *search.count = 0;
   if (mask) out.scale = lumFastScaleOf(*mask, search.width, search.height);
   if ((mask && !out.scale.isKnown) || search.barrier >= 255) return;

@@ -22,13 +22,24 @@ struct FastCorners {
   uint64_t bits;
 };
 
+// Room for the strengths of columns from `origin` on: by how much the barrier can grow until a
+// pixel is no corner, and 0 where there is none. Its user clears it.
+struct FastStrengths {
+  uint8_t* row;
+  uint32_t origin;
+  HWY_INLINE uint8_t* at(uint32_t x) const { return row + (x - origin); }
+};
+
 // Where corners go.
 struct FastOutput {
   const lumFastSearch& search;
   const lumFastMask* mask;
-  lumFastMaskScale scale;
+  lumFastMaskScale scale = {};
   uint32_t* scores;  // null: not wanted
-  uint32_t count;
+  uint32_t count = 0;
+
+  FastOutput(const lumFastSearch& theSearch, const lumFastMask* theMask, uint32_t* theScores)
+      : search(theSearch), mask(theMask), scores(theScores) {}
 
   HWY_INLINE bool IsMasked(uint32_t x, uint32_t y) const {
     return mask && lumFastIsMasked(*mask, scale, x, y);
@@ -44,37 +55,50 @@ struct FastOutput {
     Put(count, x, y, score);
     return ++count < search.capacity;
   }
-  // With strengths, that of corners.x first, where scores are wanted.
-  HWY_INLINE bool AddAll(const FastCorners& corners, uint32_t y, const uint8_t* strength) {
-    const auto add = [&](auto put) HWY_ATTR {
-      for (uint64_t bits = corners.bits; bits != 0; bits &= bits - 1) {
-        const auto lane = static_cast<uint32_t>(__builtin_ctzll(bits));
-        if (!put(corners.x + lane, strength ? strength[lane] - 1u : 0)) return false;
+  // The corners of some vectors of row y, with strengths where scores are wanted. Listed first:
+  // how many a vector has is hard to foresee.
+  template <class Vectors>
+  HWY_INLINE bool AddAll(const Vectors& corners, uint32_t vectors, uint32_t y,
+                         const FastStrengths& strengths) {
+    for (uint32_t k = 0; k < vectors;) {
+      uint32_t some = 0;
+      for (; k < vectors && some <= kPlaces - 64; ++k) some = List(corners[k], some);
+      if (!AddListed(some, y, strengths)) return false;
+    }
+    return true;
+  }
+
+ private:
+  static constexpr uint32_t kPlaces = 512;
+  // So many corners of a vector are listed without a look at how many there are.
+  static constexpr uint32_t kAtOnce = HWY_MAX_BYTES / 16;
+
+  HWY_INLINE uint32_t List(const FastCorners& corners, uint32_t at) {
+    uint64_t bits = corners.bits;
+    const auto more = static_cast<uint32_t>(hwy::PopCount(bits));
+    uint32_t* const to = place_ + at;
+    const auto list = [&](uint32_t i) HWY_ATTR {
+      to[i] = corners.x + static_cast<uint32_t>(__builtin_ctzll(bits | uint64_t{1} << 63));
+      bits &= bits - 1;
+    };
+    for (uint32_t i = 0; i < kAtOnce; ++i) list(i);
+    for (uint32_t i = kAtOnce; i < more; ++i) list(i);
+    return at + more;
+  }
+  HWY_INLINE bool AddListed(uint32_t some, uint32_t y, const FastStrengths& strengths) {
+    const auto scoreOf = [&](uint32_t x) HWY_ATTR { return scores ? *strengths.at(x) - 1u : 0; };
+    if (mask || search.capacity <= count || some >= search.capacity - count) {
+      for (uint32_t i = 0; i < some; ++i) {
+        if (!Add(place_[i], y, scoreOf(place_[i]))) return false;
       }
       return true;
-    };
-    const auto more = static_cast<uint32_t>(hwy::PopCount(corners.bits));
-    if (mask || search.capacity <= count || more >= search.capacity - count) {
-      return add([&](uint32_t x, uint32_t score) HWY_ATTR { return Add(x, y, score); });
     }
-    uint32_t at = count;
-    count += more;
-    return add([&, xy = search.xy](uint32_t x, uint32_t score) HWY_ATTR {
-      xy[2 * size_t{at}] = x;
-      xy[2 * size_t{at} + 1] = y;
-      if (strength) scores[at] = score;
-      ++at;
-      return true;
-    });
+    for (uint32_t i = 0; i < some; ++i) Put(count + i, place_[i], y, scoreOf(place_[i]));
+    count += some;
+    return true;
   }
-};
 
-// Room for the strengths of columns from `origin` on: by how much the barrier can grow until a
-// pixel is no corner, and 0 where there is none. Its user clears it.
-struct FastStrengths {
-  uint8_t* row;
-  uint32_t origin;
-  HWY_INLINE uint8_t* at(uint32_t x) const { return row + (x - origin); }
+  uint32_t place_[kPlaces + kAtOnce];
 };
 
 }  // namespace HWY_NAMESPACE

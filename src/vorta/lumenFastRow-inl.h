@@ -50,6 +50,17 @@ HWY_INLINE hn::Vec<D> LoadBlocks(D d, const uint8_t* p, const uint32_t* x) {
   }
 }
 
+// Loads once what is used twice: GCC would make the load a part of each use, and what crosses a
+// line of the cache costs two accesses each time.
+template <class D>
+HWY_INLINE hn::Vec<D> LoadOnce(D d, const uint8_t* p) {
+  auto v = hn::LoadU(d, p);
+#if HWY_ARCH_X86
+  asm("" : "+v"(v.raw));
+#endif
+  return v;
+}
+
 // A bit for each lane.
 template <class D>
 HWY_INLINE uint64_t BitsOf(D d, hn::Mask<D> mask) {
@@ -118,20 +129,18 @@ class RowSearch {
 
   // Finds the corners of a part of a row. The number of vectors that have some.
   HWY_INLINE uint32_t Find(uint32_t begin, uint32_t end) {
-    const uint32_t vectors = ListVectors(begin, end);
-    if constexpr (kComparesToBits) return ListCorners(Thin(vectors, (end - begin) / kLanes));
-    else return ListStrengths(ListCandidates(vectors), nullptr);
+    if constexpr (kComparesToBits) return ListCorners(ListThin(begin, end));
+    else return ListStrengths(ListCandidates(ListVectors<2, 2>(begin, end)), nullptr);
   }
   // The same with their strengths.
   HWY_INLINE uint32_t Find(uint32_t begin, uint32_t end, const FastStrengths& strengths) {
-    const uint32_t vectors = ListVectors(begin, end);
     if constexpr (kComparesToBits) {
-      const uint32_t some = ListCorners(Thin(vectors, (end - begin) / kLanes));
+      const uint32_t some = ListCorners(ListThin(begin, end));
       FillStrengths<true>(ListBlocks(bright_, some), strengths);
       FillStrengths<false>(ListBlocks(dark_, some), strengths);
       return some;
     } else {
-      return ListStrengths(ListCandidates(vectors), &strengths);
+      return ListStrengths(ListCandidates(ListVectors<2, 2>(begin, end)), &strengths);
     }
   }
   // What was found.
@@ -178,9 +187,9 @@ class RowSearch {
   };
   template <int kPairs, int kFirst>
   HWY_INLINE Candidates CandidatesAt(const uint8_t* p, V barrier) const {
-    const Limits limits(hn::LoadU(d, p), barrier);
+    const Limits limits(LoadOnce(d, p), barrier);
     const auto among = [&](int i, const Candidates* before) HWY_ATTR {
-      const V a = hn::LoadU(d, placeOf(p, i)), b = hn::LoadU(d, placeOf(p, i + 8));
+      const V a = LoadOnce(d, placeOf(p, i)), b = LoadOnce(d, placeOf(p, i + 8));
       const V brighter = hn::Max(a, b), darker = hn::Min(a, b);
       if (!before) return Candidates{hn::Gt(brighter, limits.above), hn::Lt(darker, limits.below)};
       return Candidates{GtAmong(before->bright, brighter, limits.above),
@@ -191,14 +200,14 @@ class RowSearch {
     return all;
   }
 
-  // The vectors of a part of a row that may hold corners, by the two diagonal pairs: in photographs
-  // fewer pixels pass than with the upright and the level one.
+  // The vectors of a part of a row that may hold corners, by kPairs pairs, of which kFirst is one.
+  template <int kPairs, int kFirst>
   HWY_NOINLINE uint32_t ListVectors(uint32_t begin, uint32_t end) {
     const uint8_t *const row = row_, *const ahead = ahead_;
     const V barrier = hn::Set(d, barrier_);
     uint32_t count = 0;
     const auto list = [&](uint32_t at) HWY_ATTR {
-      const Candidates all = CandidatesAt<2, 2>(row + at, barrier);
+      const Candidates all = CandidatesAt<kPairs, kFirst>(row + at, barrier);
       vectors_[count] = at;
       count += IsAnyIn(d, all.bright, all.dark);
     };
@@ -213,19 +222,33 @@ class RowSearch {
     return count;
   }
 
-  // Those that the upright and the level pair leave, where vectors are so few that this is the last
-  // step for many. Where there are edges all over it would be one step more for most.
-  HWY_NOINLINE uint32_t Thin(uint32_t vectors, uint32_t outOf) {
-    if (vectors > outOf / 2) return vectors;
+  // Those that further pairs leave.
+  template <int kPairs, int kFirst>
+  HWY_NOINLINE uint32_t Thin(uint32_t vectors) {
     const V barrier = hn::Set(d, barrier_);
     uint32_t count = 0;
     for (uint32_t k = 0; k < vectors; ++k) {
       const uint32_t at = vectors_[k];
-      const Candidates all = CandidatesAt<2, 0>(row_ + at, barrier);
+      const Candidates all = CandidatesAt<kPairs, kFirst>(row_ + at, barrier);
       vectors_[count] = at;
       count += IsAnyIn(d, all.bright, all.dark);
     }
     return count;
+  }
+  // By the two diagonal pairs, which fewer pixels of photographs pass than the upright and the
+  // level one, and then by these, where vectors are so few that this is the last step for many:
+  // where there are edges all over it would be one step more for most. Where the part before was
+  // flat, by the upright pair alone and then by the rest.
+  HWY_INLINE uint32_t ListThin(uint32_t begin, uint32_t end) {
+    const uint32_t most = (end - begin) / kLanes;
+    if (isFlat_) {
+      const uint32_t vectors = ListVectors<1, 0>(begin, end);
+      isFlat_ = vectors < most / 3;
+      return Thin<4, 0>(vectors);
+    }
+    const uint32_t vectors = ListVectors<2, 2>(begin, end);
+    isFlat_ = vectors < most / 6;
+    return vectors > most / 2 ? vectors : Thin<2, 0>(vectors);
   }
 
   // Those of the vectors that may still hold corners, and where.
@@ -376,6 +399,7 @@ class RowSearch {
   const uint8_t barrier_;
   const uint8_t *row_ = nullptr, *ahead_ = nullptr;
   uint32_t phase_ = 0;
+  bool isFlat_ = false;
   uint64_t firstBits_ = 0, lastBits_ = 0;
   ptrdiff_t offset_[LUM_CIRCLE];
   uint32_t vectors_[kVectors];

@@ -29,7 +29,7 @@ class SuppressedSearch {
 
   // The rows must be a vector long at least, the barrier one that vectors can do.
   SuppressedSearch(const lumFastSearch& search, const lumFastMask* mask, uint32_t* scores)
-      : search_(search), rowSearch_(search), out_{search, nullptr, {}, scores, 0}, mask_(mask) {
+      : search_(search), rowSearch_(search), out_(search, nullptr, scores), mask_(mask) {
     if (mask) scale_ = lumFastScaleOf(*mask, search.width, search.height);
     for (Row& row : rows_) {
       row.count = 0;
@@ -126,18 +126,19 @@ class SuppressedSearch {
   }
 
   HWY_INLINE void KeepFrom(uint32_t y) {
-    const Row& row = rows_[y % 3];
+    Row& row = rows_[y % 3];
     const uint8_t *above = rows_[(y + 2) % 3].strength, *below = rows_[(y + 1) % 3].strength;
     for (uint32_t k = 0; k < row.count; ++k) {
-      const auto [x, corners] = row.corners[k];
+      const uint32_t x = row.corners[k].x;
       const auto own = hn::LoadU(d, row.strength + x);
       auto other = hn::Max(hn::LoadU(d, row.strength + x - 1), hn::LoadU(d, row.strength + x + 1));
       for (const uint8_t* p : {above + x, below + x}) {
         other = hn::Max(other, hn::LoadU(d, p));
         other = hn::Max(other, hn::Max(hn::LoadU(d, p - 1), hn::LoadU(d, p + 1)));
       }
-      out_.AddAll({x, BitsOf(d, hn::Gt(own, other)) & corners}, y, row.strength + x);
+      row.corners[k].bits &= BitsOf(d, hn::Gt(own, other));
     }
+    out_.AddAll(row.corners, row.count, y, {row.strength, 0});
   }
 
   const lumFastSearch& search_;
