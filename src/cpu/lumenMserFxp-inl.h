@@ -1,22 +1,53 @@
 // The walk through the component tree of one polarity. Included inside a namespace: the
 // reference's, and that of each instruction set, for whose bit operations it is then compiled.
 
-// The pixels on the boundary of what was visited: a stack for each grey level.
+// The pixels on the boundary of what was visited: a stack for each grey level. The one of the level
+// that is searched is held by the walk, with its top pixel apart: the next pixel is mostly one that
+// has just been pushed, and so need not go through memory.
 class MSER_cBoundary {
  public:
   MSER_cBoundary(const uint32_t* histogram, uint32_t* pixels) {
+    ++pixels;  // the one before a stack is read and written when that is empty
     for (uint32_t level = 0; level < MSER_LEVELS; ++level) {
       top_[level] = base_[level] = pixels;
       pixels += histogram[level] + 1;
     }
   }
 
+  struct Stack {
+    uint32_t* last;  // where `top` belongs; before `bottom` when the stack is empty
+    uint32_t* bottom;
+    uint32_t top;
+    bool empty() const { return last < bottom; }
+    uint32_t pop() {
+      const uint32_t pixel = top;
+      top = *--last;
+      return pixel;
+    }
+  };
+  // Begins and ends the search of a level.
+  Stack enter(uint32_t level) const {
+    uint32_t* const last = top_[level] - 1;
+    return {last, base_[level], *last};
+  }
+  void leave(uint32_t level, const Stack& stack) {
+    *stack.last = stack.top;
+    top_[level] = stack.last + 1;
+  }
+  // A pixel of a level that is not searched.
   void push(uint32_t pixel, uint32_t level) {
     *top_[level]++ = pixel;
     any_[level / 64] |= uint64_t{1} << (level % 64);
   }
-  bool empty(uint32_t level) const { return top_[level] == base_[level]; }
-  uint32_t pop(uint32_t level) { return *--top_[level]; }
+  // One of any level while the stack of `own` is held.
+  void push(uint32_t pixel, uint32_t level, Stack& stack, uint32_t own) {
+    if (level == own) {
+      *stack.last++ = stack.top;
+      stack.top = pixel;
+    } else {
+      push(pixel, level);
+    }
+  }
 
   // The darkest level above one that has become empty; MSER_LEVELS when there is none.
   uint32_t nextLevel(uint32_t level) {
@@ -27,7 +58,7 @@ class MSER_cBoundary {
         if (++word == kWords) return MSER_LEVELS;
       }
       level = word * 64 + static_cast<uint32_t>(__builtin_ctzll(any_[word]));
-      if (!empty(level)) return level;
+      if (top_[level] != base_[level]) return level;
     }
   }
 
@@ -224,29 +255,33 @@ inline MSER_eResult MSER_WalkTree(const MSER_sHandle& handle, MSER_sPolarity& po
               .nNodeId = nodes++};
   };
   create();
+  MSER_cBoundary::Stack stack = boundary.enter(level);
   polarity.nRegions = 0;
 
   for (;;) {
     uint32_t unvisited = pixel.unvisited();
     if (const uint32_t darker = pixel.darker(unvisited)) {
+      boundary.leave(level, stack);
       boundary.push(pixel.indexIn(mask), level);
       pixel += offset[__builtin_ctz(darker)];
       pixel.visit(offset, kAll);
       level = pixel.level();
       create();
+      stack = boundary.enter(level);
       continue;
     }
     for (; unvisited; unvisited &= unvisited - 1) {
       const MSER_cPixel<Word> neighbour = pixel + offset[__builtin_ctz(unvisited)];
       neighbour.visit(offset, kAll);
-      boundary.push(neighbour.indexIn(mask), neighbour.level());
+      boundary.push(neighbour.indexIn(mask), neighbour.level(), stack, level);
     }
     list.pixel[joined++] = pixel.indexIn(mask);
-    if (!boundary.empty(level)) {
-      pixel = {mask, static_cast<ptrdiff_t>(boundary.pop(level))};
+    if (!stack.empty()) {
+      pixel = {mask, static_cast<ptrdiff_t>(stack.pop())};
       continue;
     }
 
+    boundary.leave(level, stack);
     level = boundary.nextLevel(level);
     if (level == MSER_LEVELS) break;
     MSER_Assert(level < MSER_LEVELS, "0<=nGreyLevel && nGreyLevel<=((1<<(8-0))-1)");
@@ -266,7 +301,8 @@ inline MSER_eResult MSER_WalkTree(const MSER_sHandle& handle, MSER_sPolarity& po
       top->nGreyLevel = static_cast<int32_t>(level);
     }
     top->pHistory = history++;
-    pixel = {mask, static_cast<ptrdiff_t>(boundary.pop(level))};
+    stack = boundary.enter(level);
+    pixel = {mask, static_cast<ptrdiff_t>(stack.pop())};
   }
   polarity.nNodes = nodes;
   return MSER_COMPLETE;
