@@ -134,6 +134,24 @@ TEST(Fast, VectorsEqualReferencesOnAllSizesBordersAndContents) {
   }
 }
 
+// What rows are searched by depends on how much passed in the row above.
+TEST(Fast, FlatRowsAndFullOnesFollowEachOther) {
+  Scene scene(1003, 90, 5, lumFence::after);
+  std::minstd_rand random(1);
+  scene.image.fill([&](size_t x, uint32_t y) -> uint8_t {
+    if (y % 60 >= 45) return pixelOf(0, x, y, random);
+    return x % 331 < 5 && y % 20 < 5 ? 200 : 100;
+  });
+  scene.barrier = 30;
+  scene.capacity = 100000;
+  const auto plain = [&](auto* f) { return scene.plain(f); };
+  const auto suppressed = [&](auto* f) { return scene.suppressed(f, 1); };
+  const Found corners = plain(lumCornerFast9u8C), kept = suppressed(lumCornerFast9Scoreu8_v2C);
+  EXPECT_GT(corners.count, 1000u);
+  forVectors(lumCornerFast9u8V, [&](auto* f) { EXPECT_EQ(plain(f), corners); });
+  forVectors(lumCornerFast9Scoreu8_v2V, [&](auto* f) { EXPECT_EQ(suppressed(f), kept); });
+}
+
 TEST(Fast, MasksOfAllScalesExcludeTheirPlaces) {
   Scene scene(48, 40, 1, lumFence::after);
   std::minstd_rand random(1);
