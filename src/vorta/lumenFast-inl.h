@@ -34,14 +34,14 @@ void FindInRows(D, FastOutput& out) {
   Rows rows(s);
   // Vectors may reach back before a part of a row.
   uint8_t strength[Rows::kLanes * (1 + Rows::kVectors)];
-  for (uint32_t y = s.border; y < s.height - s.border; ++y) {
-    rows.Start(y);
-    for (uint32_t x = rows.begin(), end; x < rows.end(); x = end) {
-      end = rows.PartEnd(x);
-      const FastStrengths strengths = {strength, x - Rows::kLanes};
+  const uint32_t end = s.height - s.border;
+  for (uint32_t y = s.border; y < end;) {
+    const uint32_t most = out.scores ? 1 : end - y;
+    for (y += rows.Start(y, most); !rows.isDone();) {
+      const FastStrengths strengths = {strength, rows.next() - Rows::kLanes, y - 1, 0};
       if (out.scores) std::memset(strength, 0, sizeof strength);
-      const uint32_t count = out.scores ? rows.Find(x, end, strengths) : rows.Find(x, end);
-      if (!out.AddAll(rows, count, y, strengths)) return;
+      const uint32_t count = out.scores ? rows.Find(strengths) : rows.Find();
+      if (!out.AddAll(rows, count, strengths)) return;
     }
   }
 }

@@ -10,24 +10,24 @@
 
 #include <hwy/highway.h>
 
+#include <cstring>
+
 #include "lumenFast.h"
+#include "vorta/lumenFastStrength-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lumen {
 namespace HWY_NAMESPACE {
 
-// Corners of a vector that begins at x: a bit for each pixel.
+// Corners of a vector that begins at x in row y: a bit for each pixel.
 struct FastCorners {
-  uint32_t x;
+  uint32_t x, y;
   uint64_t bits;
 };
 
-// Room for the strengths of columns from `origin` on: by how much the barrier can grow until a
-// pixel is no corner, and 0 where there is none. Its user clears it.
-struct FastStrengths {
-  uint8_t* row;
-  uint32_t origin;
-  HWY_INLINE uint8_t* at(uint32_t x) const { return row + (x - origin); }
+// A corner, as it goes out.
+struct FastPlace {
+  uint32_t x, y;
 };
 
 // Where corners go.
@@ -55,15 +55,14 @@ struct FastOutput {
     Put(count, x, y, score);
     return ++count < search.capacity;
   }
-  // The corners of some vectors of row y, with strengths where scores are wanted. Listed first:
-  // how many a vector has is hard to foresee.
+  // The corners of some vectors, with strengths where scores are wanted.
+  // Listed first: how many a vector has is hard to foresee.
   template <class Vectors>
-  HWY_INLINE bool AddAll(const Vectors& corners, uint32_t vectors, uint32_t y,
-                         const FastStrengths& strengths) {
+  HWY_INLINE bool AddAll(const Vectors& corners, uint32_t vectors, const FastStrengths& strengths) {
     for (uint32_t k = 0; k < vectors;) {
       uint32_t some = 0;
       for (; k < vectors && some <= kPlaces - 64; ++k) some = List(corners[k], some);
-      if (!AddListed(some, y, strengths)) return false;
+      if (!AddListed(some, strengths)) return false;
     }
     return true;
   }
@@ -76,29 +75,34 @@ struct FastOutput {
   HWY_INLINE uint32_t List(const FastCorners& corners, uint32_t at) {
     uint64_t bits = corners.bits;
     const auto more = static_cast<uint32_t>(hwy::PopCount(bits));
-    uint32_t* const to = place_ + at;
+    FastPlace* const to = place_ + at;
     const auto list = [&](uint32_t i) HWY_ATTR {
-      to[i] = corners.x + static_cast<uint32_t>(__builtin_ctzll(bits | uint64_t{1} << 63));
+      const int bit = __builtin_ctzll(bits | uint64_t{1} << 63);
+      to[i] = {corners.x + static_cast<uint32_t>(bit), corners.y};
       bits &= bits - 1;
     };
     for (uint32_t i = 0; i < kAtOnce; ++i) list(i);
     for (uint32_t i = kAtOnce; i < more; ++i) list(i);
     return at + more;
   }
-  HWY_INLINE bool AddListed(uint32_t some, uint32_t y, const FastStrengths& strengths) {
-    const auto scoreOf = [&](uint32_t x) HWY_ATTR { return scores ? *strengths.at(x) - 1u : 0; };
+  HWY_INLINE bool AddListed(uint32_t some, const FastStrengths& strengths) {
+    const auto scoreOf = [&](FastPlace place)
+                             HWY_ATTR { return scores ? *strengths.at(place.x, place.y) - 1u : 0; };
     if (mask || search.capacity <= count || some >= search.capacity - count) {
       for (uint32_t i = 0; i < some; ++i) {
-        if (!Add(place_[i], y, scoreOf(place_[i]))) return false;
+        if (!Add(place_[i].x, place_[i].y, scoreOf(place_[i]))) return false;
       }
       return true;
     }
-    for (uint32_t i = 0; i < some; ++i) Put(count + i, place_[i], y, scoreOf(place_[i]));
+    std::memcpy(search.xy + 2 * size_t{count}, place_, some * sizeof place_[0]);
+    if (scores) {
+      for (uint32_t i = 0; i < some; ++i) scores[count + i] = scoreOf(place_[i]);
+    }
     count += some;
     return true;
   }
 
-  uint32_t place_[kPlaces + kAtOnce];
+  FastPlace place_[kPlaces + kAtOnce];
 };
 
 }  // namespace HWY_NAMESPACE

@@ -20,8 +20,9 @@ namespace HWY_NAMESPACE {
 
 using FastTag = hn::ScalableTag<uint8_t>;
 
-// Three rows of strengths, 0 where there is no corner, so that blocks of corners are held against
-// their eight neighbours at once. Row y can be done when row y + 1 has been searched.
+// Rows of strengths, 0 where there is no corner, so that blocks of corners are held against their
+// eight neighbours at once. They are those of the rows that are searched at once, of the two rows
+// above, and of one below: a row can be done when the next one has been searched.
 template <int kArc>
 class SuppressedSearch {
  public:
@@ -31,23 +32,22 @@ class SuppressedSearch {
   SuppressedSearch(const lumFastSearch& search, const lumFastMask* mask, uint32_t* scores)
       : search_(search), rowSearch_(search), out_(search, nullptr, scores), mask_(mask) {
     if (mask) scale_ = lumFastScaleOf(*mask, search.width, search.height);
-    for (Row& row : rows_) {
-      row.count = 0;
-      std::memset(row.strength, 0, search.width);
-    }
+    strengths_ = {room_, 0, 0, (search.width / kPitch + 1) * kPitch};
+    rows_ = HWY_MIN(static_cast<uint32_t>(sizeof room_) / strengths_.pitch, search.height) - 3;
+    std::memset(room_, 0, size_t{rows_ + 3} * strengths_.pitch);
   }
 
   HWY_INLINE void Run() {
     *search_.count = 0;
     if (mask_ && !scale_.isKnown) return;
-    const uint32_t first = search_.border, end = search_.height - search_.border;
-    for (uint32_t y = first; y < end; ++y) {
-      const bool goesOn = FindIn(y);
-      if (y > first) KeepFrom(y - 1);
-      if (goesOn && y + 1 < end) continue;
-      Clear(y + 1);
-      KeepFrom(y);
-      break;
+    const uint32_t end = search_.height - search_.border;
+    for (uint32_t y = search_.border; y < end;) {
+      strengths_.y = y - 2;
+      y += rowSearch_.Start(y, HWY_MIN(rows_, end - y));
+      const bool goesOn = Find() && y < end;
+      KeepUpTo(goesOn ? y - 1 : y);
+      if (!goesOn) break;
+      MoveUp(y - 2);
     }
     *search_.count = out_.count;
   }
@@ -55,45 +55,25 @@ class SuppressedSearch {
  private:
   using Rows = RowSearch<kArc, FastTag>;
   static constexpr FastTag d{};
+  // Rows are apart by multiples of this.
+  static constexpr uint32_t kPitch = 64;
 
-  struct Row {
-    uint32_t count;  // of vectors in which there are corners
-    FastCorners corners[kWidest / Rows::kLanes + 1];
-    uint8_t strength[kWidest];
-  };
-
-  // Strengths are in vectors with corners only.
-  HWY_INLINE Row& Clear(uint32_t y) {
-    Row& row = rows_[y % 3];
-    if (row.count > search_.width / Rows::kLanes / 4) {
-      std::memset(row.strength, 0, search_.width);
-    } else {
-      for (uint32_t k = 0; k < row.count; ++k) {
-        hn::StoreU(hn::Zero(d), d, row.strength + row.corners[k].x);
-      }
+  // Finds the corners of the next rows; false when the last of them is the last of all.
+  HWY_INLINE bool Find() {
+    const uint32_t before = count_;
+    while (!rowSearch_.isDone()) {
+      const uint32_t more = rowSearch_.Find(strengths_);
+      for (uint32_t k = 0; k < more; ++k) corners_[count_++] = rowSearch_[k];
     }
-    row.count = 0;
-    return row;
-  }
-
-  // Finds the corners of row y; false when its last corner is the last of all.
-  HWY_INLINE bool FindIn(uint32_t y) {
-    Row& row = Clear(y);
-    rowSearch_.Start(y);
-    for (uint32_t x = rowSearch_.begin(), end; x < rowSearch_.end(); x = end) {
-      end = rowSearch_.PartEnd(x);
-      const uint32_t count = rowSearch_.Find(x, end, {row.strength, 0});
-      for (uint32_t k = 0; k < count; ++k) row.corners[row.count++] = rowSearch_[k];
-    }
-    for (uint32_t k = 0; k < row.count; ++k) {
-      if (!Choose(row.corners[k], y, row)) return LeaveOut(row, k + 1);
+    for (uint32_t k = before; k < count_; ++k) {
+      if (!Choose(corners_[k])) return LeaveOut(k + 1);
     }
     return true;
   }
 
   // Takes corners away that the mask does not allow or the list would have no room for. False when
   // there is no room for more.
-  HWY_INLINE bool Choose(FastCorners& corners, uint32_t y, Row& row) {
+  HWY_INLINE bool Choose(FastCorners& corners) {
     const auto more = static_cast<uint32_t>(hwy::PopCount(corners.bits));
     if (!mask_ && more < search_.capacity - candidates_) {
       candidates_ += more;
@@ -103,8 +83,8 @@ class SuppressedSearch {
     bool goesOn = true;
     for (uint64_t bits = corners.bits; bits != 0; bits &= bits - 1) {
       const auto x = corners.x + static_cast<uint32_t>(__builtin_ctzll(bits));
-      if (!goesOn || (mask_ && lumFastIsMasked(*mask_, scale_, x, y))) {
-        row.strength[x] = 0;
+      if (!goesOn || (mask_ && lumFastIsMasked(*mask_, scale_, x, corners.y))) {
+        *strengths_.at(x, corners.y) = 0;
         continue;
       }
       chosen |= bits & -bits;
@@ -115,30 +95,51 @@ class SuppressedSearch {
   }
 
   // Takes away the corners of all vectors from the given one on.
-  HWY_INLINE bool LeaveOut(Row& row, uint32_t first) {
-    for (uint32_t k = first; k < row.count; ++k) {
-      for (uint64_t bits = row.corners[k].bits; bits != 0; bits &= bits - 1) {
-        row.strength[row.corners[k].x + static_cast<uint32_t>(__builtin_ctzll(bits))] = 0;
+  HWY_INLINE bool LeaveOut(uint32_t first) {
+    for (uint32_t k = first; k < count_; ++k) {
+      const FastCorners& corners = corners_[k];
+      for (uint64_t bits = corners.bits; bits != 0; bits &= bits - 1) {
+        *strengths_.at(corners.x + static_cast<uint32_t>(__builtin_ctzll(bits)), corners.y) = 0;
       }
     }
-    row.count = first;
+    count_ = first;
     return false;
   }
 
-  HWY_INLINE void KeepFrom(uint32_t y) {
-    Row& row = rows_[y % 3];
-    const uint8_t *above = rows_[(y + 2) % 3].strength, *below = rows_[(y + 1) % 3].strength;
-    for (uint32_t k = 0; k < row.count; ++k) {
-      const uint32_t x = row.corners[k].x;
-      const auto own = hn::LoadU(d, row.strength + x);
-      auto other = hn::Max(hn::LoadU(d, row.strength + x - 1), hn::LoadU(d, row.strength + x + 1));
-      for (const uint8_t* p : {above + x, below + x}) {
-        other = hn::Max(other, hn::LoadU(d, p));
-        other = hn::Max(other, hn::Max(hn::LoadU(d, p - 1), hn::LoadU(d, p + 1)));
+  // Keeps the strongest corners of the rows above row `end`.
+  HWY_INLINE void KeepUpTo(uint32_t end) {
+    const uint32_t first = kept_;
+    for (; kept_ < count_ && corners_[kept_].y < end; ++kept_) {
+      FastCorners& corners = corners_[kept_];
+      const uint8_t* const p = strengths_.at(corners.x, corners.y);
+      auto other = hn::Max(hn::LoadU(d, p - 1), hn::LoadU(d, p + 1));
+      for (const uint8_t* row : {p - strengths_.pitch, p + strengths_.pitch}) {
+        other = hn::Max(other, hn::LoadU(d, row));
+        other = hn::Max(other, hn::Max(hn::LoadU(d, row - 1), hn::LoadU(d, row + 1)));
       }
-      row.corners[k].bits &= BitsOf(d, hn::Gt(own, other));
+      corners.bits &= BitsOf(d, hn::Gt(hn::LoadU(d, p), other));
     }
-    out_.AddAll(row.corners, row.count, y, {row.strength, 0});
+    out_.AddAll(corners_ + first, kept_ - first, strengths_);
+  }
+
+  // Makes room for the rows after row y + 1: what is there of this one and of row y, where corners
+  // have been kept, comes first then.
+  HWY_INLINE void MoveUp(uint32_t y) {
+    uint32_t count = 0;
+    kept_ = 0;
+    for (uint32_t k = 0; k < count_; ++k) {
+      const FastCorners corners = corners_[k];
+      uint8_t* const from = strengths_.at(corners.x, corners.y);
+      const auto strengths = hn::LoadU(d, from);
+      hn::StoreU(hn::Zero(d), d, from);
+      if (corners.y < y) continue;
+      // Vectors may have pixels in common, which the first of them has moved.
+      uint8_t* const to = from - size_t{y - strengths_.y} * strengths_.pitch;
+      hn::StoreU(hn::Max(strengths, hn::LoadU(d, to)), d, to);
+      corners_[count++] = corners;
+      kept_ += corners.y == y;
+    }
+    count_ = count;
   }
 
   const lumFastSearch& search_;
@@ -147,7 +148,12 @@ class SuppressedSearch {
   const lumFastMask* const mask_;
   lumFastMaskScale scale_ = {};
   uint32_t candidates_ = 0;
-  Row rows_[3];
+  uint32_t rows_;  // that are searched at once at most
+  FastStrengths strengths_;
+  // Vectors with corners, the first kept_ of which have been looked at.
+  uint32_t kept_ = 0, count_ = 0;
+  FastCorners corners_[Rows::kVectors + 3 * (kWidest / Rows::kLanes + 2)];
+  uint8_t room_[4 * (kWidest + kPitch)];
 };
 
 }  // namespace HWY_NAMESPACE

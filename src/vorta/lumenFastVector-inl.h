@@ -1,0 +1,68 @@
+// What the search for FAST corners does with vectors, and how some processors do it best.
+
+// Include guard for each target that this is compiled for.
+#if defined(LUMEN_FAST_VECTOR_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef LUMEN_FAST_VECTOR_INL_H
+#undef LUMEN_FAST_VECTOR_INL_H
+#else
+#define LUMEN_FAST_VECTOR_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+#include <cstdint>
+
+HWY_BEFORE_NAMESPACE();
+namespace lumen {
+namespace HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+// Loads once what is used twice: GCC would make the load a part of each use, and what crosses a
+// line of the cache costs two accesses each time.
+template <class D>
+HWY_INLINE hn::Vec<D> LoadOnce(D d, const uint8_t* p) {
+  auto v = hn::LoadU(d, p);
+#if HWY_ARCH_X86
+  asm("" : "+v"(v.raw));
+#endif
+  return v;
+}
+
+// A bit for each lane.
+template <class D>
+HWY_INLINE uint64_t BitsOf(D d, hn::Mask<D> mask) {
+  uint64_t bits = 0;
+  hn::StoreMaskBits(d, mask, reinterpret_cast<uint8_t*>(&bits));
+  return bits;
+}
+
+// Lanes of `mask` where a > b.
+template <class V, class M>
+HWY_INLINE M GtAmong(M mask, V a, V b) {
+  return hn::And(mask, hn::Gt(a, b));
+}
+// Whether any lane is in one of two masks.
+template <class D>
+HWY_INLINE bool IsAnyIn(D d, hn::Mask<D> a, hn::Mask<D> b) {
+  return !hn::AllFalse(d, hn::Or(a, b));
+}
+#if HWY_TARGET == HWY_AVX3
+HWY_INLINE hn::Mask512<uint8_t> GtAmong(hn::Mask512<uint8_t> mask, hn::Vec512<uint8_t> a,
+                                        hn::Vec512<uint8_t> b) {
+  return hn::Mask512<uint8_t>{_mm512_mask_cmpgt_epu8_mask(mask.raw, a.raw, b.raw)};
+}
+// Lanes of `mask` first.
+HWY_INLINE hn::Vec512<uint64_t> Compressed(hn::Vec512<uint64_t> v, hn::Mask512<uint64_t> mask) {
+  return hn::Vec512<uint64_t>{_mm512_maskz_compress_epi64(mask.raw, v.raw)};
+}
+HWY_INLINE bool IsAnyIn(hn::Full512<uint8_t>, hn::Mask512<uint8_t> a, hn::Mask512<uint8_t> b) {
+  return !_kortestz_mask64_u8(a.raw, b.raw);
+}
+#endif
+
+}  // namespace HWY_NAMESPACE
+}  // namespace lumen
+HWY_AFTER_NAMESPACE();
+
+#endif  // LUMEN_FAST_VECTOR_INL_H
