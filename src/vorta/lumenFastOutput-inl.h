@@ -10,6 +10,7 @@
 
 #include <hwy/highway.h>
 
+#include <bit>
 #include <cstring>
 
 #include "lumenFast.h"
@@ -19,15 +20,17 @@ HWY_BEFORE_NAMESPACE();
 namespace lumen {
 namespace HWY_NAMESPACE {
 
-// Corners of a vector that begins at x in row y: a bit for each pixel.
-struct FastCorners {
-  uint32_t x, y;
-  uint64_t bits;
-};
+// A place in an image, as corners go out: what is x there comes first in memory.
+using FastPlace = uint64_t;
+static_assert(std::endian::native == std::endian::little);
+HWY_INLINE FastPlace FastPlaceAt(uint32_t x, uint32_t y) { return FastPlace{y} << 32 | x; }
+HWY_INLINE uint32_t xOf(FastPlace place) { return static_cast<uint32_t>(place); }
+HWY_INLINE uint32_t yOf(FastPlace place) { return static_cast<uint32_t>(place >> 32); }
 
-// A corner, as it goes out.
-struct FastPlace {
-  uint32_t x, y;
+// Corners of a vector that begins at a place: a bit for each pixel.
+struct FastCorners {
+  FastPlace place;
+  uint64_t bits;
 };
 
 // Where corners go.
@@ -77,8 +80,7 @@ struct FastOutput {
     const auto more = static_cast<uint32_t>(hwy::PopCount(bits));
     FastPlace* const to = place_ + at;
     const auto list = [&](uint32_t i) HWY_ATTR {
-      const int bit = __builtin_ctzll(bits | uint64_t{1} << 63);
-      to[i] = {corners.x + static_cast<uint32_t>(bit), corners.y};
+      to[i] = corners.place + static_cast<uint32_t>(__builtin_ctzll(bits | uint64_t{1} << 63));
       bits &= bits - 1;
     };
     for (uint32_t i = 0; i < kAtOnce; ++i) list(i);
@@ -86,11 +88,12 @@ struct FastOutput {
     return at + more;
   }
   HWY_INLINE bool AddListed(uint32_t some, const FastStrengths& strengths) {
-    const auto scoreOf = [&](FastPlace place)
-                             HWY_ATTR { return scores ? *strengths.at(place.x, place.y) - 1u : 0; };
+    const auto scoreOf = [&](FastPlace place) HWY_ATTR {
+      return scores ? *strengths.at(xOf(place), yOf(place)) - 1u : 0;
+    };
     if (mask || search.capacity <= count || some >= search.capacity - count) {
       for (uint32_t i = 0; i < some; ++i) {
-        if (!Add(place_[i].x, place_[i].y, scoreOf(place_[i]))) return false;
+        if (!Add(xOf(place_[i]), yOf(place_[i]), scoreOf(place_[i]))) return false;
       }
       return true;
     }

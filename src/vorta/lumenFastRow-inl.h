@@ -77,7 +77,7 @@ class RowSearch {
   }
   // What was found.
   HWY_INLINE FastCorners operator[](uint32_t k) const {
-    return {xOf(vectors_[k]), yOf(vectors_[k]), bright_[k] | dark_[k]};
+    return {vectors_[k], bright_[k] | dark_[k]};
   }
 
  private:
@@ -90,16 +90,15 @@ class RowSearch {
   using BitsTag = hn::Repartition<uint64_t, D>;
   static constexpr uint32_t kBatch = kLanes / 8;
   // How many vectors are compared before their bits are looked at: these stay in the nearest cache.
-  static constexpr uint32_t kCompared = 4 * kBatch;
+  static constexpr uint32_t kCompared = 2 * kBatch;
 
   HWY_INLINE const uint8_t* placeOf(const uint8_t* p, int i) const { return p + offset_[i]; }
-  // Places of vectors: rows are in the high half.
-  static HWY_INLINE uint32_t xOf(uint64_t place) { return static_cast<uint32_t>(place); }
-  static HWY_INLINE uint32_t yOf(uint64_t place) { return static_cast<uint32_t>(place >> 32); }
   HWY_INLINE const uint8_t* rowAt(uint32_t y) const {
     return search_.src + size_t{y} * search_.stride;
   }
-  HWY_INLINE const uint8_t* pixelAt(uint64_t place) const { return rowAt(yOf(place)) + xOf(place); }
+  HWY_INLINE const uint8_t* pixelAt(FastPlace place) const {
+    return rowAt(yOf(place)) + xOf(place);
+  }
 
   // What is brighter or darker than the centre by more than the barrier, beyond these.
   struct Limits {
@@ -142,7 +141,7 @@ class RowSearch {
       const auto list = [&](uint32_t x) HWY_ATTR {
         if constexpr (kPrefetches) hwy::Prefetch(ahead + x);
         const Candidates all = CandidatesAt<kPairs, kFirst>(row + x, barrier);
-        vectors_[count] = uint64_t{y} << 32 | x;
+        vectors_[count] = FastPlaceAt(x, y);
         count += IsAnyIn(d, all.bright, all.dark);
       };
       uint32_t x = next_;
@@ -166,7 +165,7 @@ class RowSearch {
     const V barrier = hn::Set(d, barrier_);
     uint32_t count = 0;
     for (uint32_t k = 0; k < vectors; ++k) {
-      const uint64_t place = vectors_[k];
+      const FastPlace place = vectors_[k];
       const Candidates all = CandidatesAt<kPairs, kFirst>(pixelAt(place), barrier);
       vectors_[count] = place;
       count += IsAnyIn(d, all.bright, all.dark);
@@ -196,7 +195,7 @@ class RowSearch {
     const V barrier = hn::Set(d, barrier_);
     uint32_t count = 0;
     for (uint32_t k = 0; k < vectors; ++k) {
-      const uint64_t place = vectors_[k];
+      const FastPlace place = vectors_[k];
       const Candidates all = CandidatesAt<4, 1>(pixelAt(place), barrier);
       count += List(count, place, BitsOf(d, all.bright), BitsOf(d, all.dark));
     }
@@ -204,7 +203,7 @@ class RowSearch {
   }
 
   // Writes a vector to the list. Whether it stays.
-  HWY_INLINE bool List(uint32_t at, uint64_t place, uint64_t bright, uint64_t dark) {
+  HWY_INLINE bool List(uint32_t at, FastPlace place, uint64_t bright, uint64_t dark) {
     vectors_[at] = place;
     bright_[at] = bright;
     dark_[at] = dark;
@@ -215,7 +214,7 @@ class RowSearch {
   HWY_NOINLINE uint32_t ListStrengths(uint32_t vectors, const FastStrengths* strengths) {
     uint32_t count = 0;
     for (uint32_t k = 0; k < vectors; ++k) {
-      const uint64_t place = vectors_[k], bright = bright_[k], dark = dark_[k];
+      const FastPlace place = vectors_[k], bright = bright_[k], dark = dark_[k];
       const uint8_t* const p = pixelAt(place);
       V v[LUM_CIRCLE], best = hn::Zero(d);
       const V centre = hn::LoadU(d, p);
@@ -256,7 +255,7 @@ class RowSearch {
     }
     return count;
   }
-  HWY_INLINE void CompareAll(uint64_t* vectors, uint32_t count) {
+  HWY_INLINE void CompareAll(FastPlace* vectors, uint32_t count) {
     const V barrier = hn::Set(d, barrier_);
     if (count % 2 != 0) vectors[count] = vectors[count - 1];
     for (uint32_t k = 0; k < count; k += 2) {
@@ -289,7 +288,7 @@ class RowSearch {
   HWY_INLINE uint32_t KeepOwn(uint32_t vectors) {
     uint64_t from = ownFrom_;
     for (uint32_t k = 0; k < vectors; ++k) {
-      const uint64_t place = vectors_[k];
+      const FastPlace place = vectors_[k];
       const uint64_t own = ~uint64_t{0} << (from > place ? from - place : 0);
       bright_[k] &= own;
       dark_[k] &= own;
@@ -304,7 +303,7 @@ class RowSearch {
                                 const FastStrengths& strengths) {
     uint32_t blocks = 0;
     for (uint32_t k = 0; k < vectors; ++k) {
-      const uint64_t place = vectors_[k];
+      const FastPlace place = vectors_[k];
       blocks = blocks_.List(blocks, pixelAt(place), strengths.at(xOf(place), yOf(place)), bits[k]);
     }
     blocks_.template Fill<kIsBright>(blocks);
@@ -318,7 +317,7 @@ class RowSearch {
   // Where the pixels begin that no vector has found before.
   uint64_t ownFrom_ = 0;
   ptrdiff_t offset_[LUM_CIRCLE];
-  uint64_t vectors_[kVectors + 8];
+  FastPlace vectors_[kVectors + 8];
   uint64_t bright_[kVectors + 8], dark_[kVectors + 8];
   HWY_ALIGN BatchBits isBright_[kCompared / kBatch], isDark_[kCompared / kBatch];
   StrengthBlocks<kArc, D, kVectors> blocks_{offset_};

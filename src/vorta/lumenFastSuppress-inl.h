@@ -82,9 +82,9 @@ class SuppressedSearch {
     uint64_t chosen = 0;
     bool goesOn = true;
     for (uint64_t bits = corners.bits; bits != 0; bits &= bits - 1) {
-      const auto x = corners.x + static_cast<uint32_t>(__builtin_ctzll(bits));
-      if (!goesOn || (mask_ && lumFastIsMasked(*mask_, scale_, x, corners.y))) {
-        *strengths_.at(x, corners.y) = 0;
+      const auto x = xOf(corners.place) + static_cast<uint32_t>(__builtin_ctzll(bits));
+      if (!goesOn || (mask_ && lumFastIsMasked(*mask_, scale_, x, yOf(corners.place)))) {
+        *strengths_.at(x, yOf(corners.place)) = 0;
         continue;
       }
       chosen |= bits & -bits;
@@ -99,7 +99,8 @@ class SuppressedSearch {
     for (uint32_t k = first; k < count_; ++k) {
       const FastCorners& corners = corners_[k];
       for (uint64_t bits = corners.bits; bits != 0; bits &= bits - 1) {
-        *strengths_.at(corners.x + static_cast<uint32_t>(__builtin_ctzll(bits)), corners.y) = 0;
+        *strengths_.at(xOf(corners.place) + static_cast<uint32_t>(__builtin_ctzll(bits)),
+                       yOf(corners.place)) = 0;
       }
     }
     count_ = first;
@@ -109,9 +110,9 @@ class SuppressedSearch {
   // Keeps the strongest corners of the rows above row `end`.
   HWY_INLINE void KeepUpTo(uint32_t end) {
     const uint32_t first = kept_;
-    for (; kept_ < count_ && corners_[kept_].y < end; ++kept_) {
+    for (; kept_ < count_ && yOf(corners_[kept_].place) < end; ++kept_) {
       FastCorners& corners = corners_[kept_];
-      const uint8_t* const p = strengths_.at(corners.x, corners.y);
+      const uint8_t* const p = strengths_.at(xOf(corners.place), yOf(corners.place));
       auto other = hn::Max(hn::LoadU(d, p - 1), hn::LoadU(d, p + 1));
       for (const uint8_t* row : {p - strengths_.pitch, p + strengths_.pitch}) {
         other = hn::Max(other, hn::LoadU(d, row));
@@ -129,15 +130,15 @@ class SuppressedSearch {
     kept_ = 0;
     for (uint32_t k = 0; k < count_; ++k) {
       const FastCorners corners = corners_[k];
-      uint8_t* const from = strengths_.at(corners.x, corners.y);
+      uint8_t* const from = strengths_.at(xOf(corners.place), yOf(corners.place));
       const auto strengths = hn::LoadU(d, from);
       hn::StoreU(hn::Zero(d), d, from);
-      if (corners.y < y) continue;
+      if (yOf(corners.place) < y) continue;
       // Vectors may have pixels in common, which the first of them has moved.
       uint8_t* const to = from - size_t{y - strengths_.y} * strengths_.pitch;
       hn::StoreU(hn::Max(strengths, hn::LoadU(d, to)), d, to);
       corners_[count++] = corners;
-      kept_ += corners.y == y;
+      kept_ += yOf(corners.place) == y;
     }
     count_ = count;
   }
