@@ -38,7 +38,7 @@ void FindInRows(D, FastOutput& out) {
   for (uint32_t y = s.border; y < end;) {
     const uint32_t most = out.scores ? 1 : end - y;
     for (y += rows.Start(y, most); !rows.isDone();) {
-      const FastStrengths strengths = {strength, rows.next() - Rows::kLanes, y - 1, 0};
+      const FastStrengths strengths = {strength, rows.nextX() - Rows::kLanes, y - 1, 0};
       if (out.scores) std::memset(strength, 0, sizeof strength);
       const uint32_t count = out.scores ? rows.Find(strengths) : rows.Find();
       if (!out.AddAll(rows, count, strengths)) return;

@@ -10,7 +10,6 @@
 
 #include <hwy/highway.h>
 
-#include <bit>
 #include <cstring>
 
 #include "lumenFast.h"
@@ -19,13 +18,6 @@
 HWY_BEFORE_NAMESPACE();
 namespace lumen {
 namespace HWY_NAMESPACE {
-
-// A place in an image, as corners go out: what is x there comes first in memory.
-using FastPlace = uint64_t;
-static_assert(std::endian::native == std::endian::little);
-HWY_INLINE FastPlace FastPlaceAt(uint32_t x, uint32_t y) { return FastPlace{y} << 32 | x; }
-HWY_INLINE uint32_t xOf(FastPlace place) { return static_cast<uint32_t>(place); }
-HWY_INLINE uint32_t yOf(FastPlace place) { return static_cast<uint32_t>(place >> 32); }
 
 // Corners of a vector that begins at a place: a bit for each pixel.
 struct FastCorners {
@@ -88,9 +80,8 @@ struct FastOutput {
     return at + more;
   }
   HWY_INLINE bool AddListed(uint32_t some, const FastStrengths& strengths) {
-    const auto scoreOf = [&](FastPlace place) HWY_ATTR {
-      return scores ? *strengths.at(xOf(place), yOf(place)) - 1u : 0;
-    };
+    const auto scoreOf = [&](FastPlace place)
+                             HWY_ATTR { return scores ? *strengths.at(place) - 1u : 0; };
     if (mask || search.capacity <= count || some >= search.capacity - count) {
       for (uint32_t i = 0; i < some; ++i) {
         if (!Add(xOf(place_[i]), yOf(place_[i]), scoreOf(place_[i]))) return false;

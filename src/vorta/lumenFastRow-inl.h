@@ -19,6 +19,8 @@
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
+#include <type_traits>
+
 #include "cpu/lumenFastArc.h"
 #include "vorta/lumenFastArc-inl.h"
 #include "vorta/lumenFastOutput-inl.h"
@@ -47,17 +49,17 @@ class RowSearch {
   // So many vectors are searched at once.
   static constexpr uint32_t kVectors = 256;
 
-  // Turns to row y and so many rows from there on as are searched at once, at most `rows`. How
-  // many.
+  // Turns to row y and some rows from there on, at most `rows`. How many.
   HWY_INLINE uint32_t Start(uint32_t y, uint32_t rows) {
-    y_ = y;
-    next_ = begin_;
-    rows_ = HWY_MIN(HWY_MAX(kVectors / ((end_ - begin_) / kLanes + 2), 1u), rows);
-    return rows_;
+    const uint32_t most = kVectors / ((end_ - begin_) / kLanes + 2);
+    nextY_ = y;
+    endY_ = y + HWY_MIN(HWY_MAX(most, 1u), rows);
+    nextX_ = begin_;
+    return endY_ - y;
   }
-  bool isDone() const { return next_ == end_; }
+  bool isDone() const { return nextY_ == endY_; }
   // Where the next part of a row begins.
-  uint32_t next() const { return next_; }
+  uint32_t nextX() const { return nextX_; }
 
   // Finds the corners of the next part of these rows. The number of vectors that have some.
   HWY_INLINE uint32_t Find() {
@@ -77,7 +79,7 @@ class RowSearch {
   }
   // What was found.
   HWY_INLINE FastCorners operator[](uint32_t k) const {
-    return {vectors_[k], bright_[k] | dark_[k]};
+    return {placeAt(vectors_[k]), bright_[k] | dark_[k]};
   }
 
  private:
@@ -93,11 +95,18 @@ class RowSearch {
   static constexpr uint32_t kCompared = 2 * kBatch;
 
   HWY_INLINE const uint8_t* placeOf(const uint8_t* p, int i) const { return p + offset_[i]; }
+  // How a vector is listed: many rows are searched at once where their bits are.
+  using Entry = std::conditional_t<kComparesToBits, FastPlace, uint32_t>;
   HWY_INLINE const uint8_t* rowAt(uint32_t y) const {
     return search_.src + size_t{y} * search_.stride;
   }
-  HWY_INLINE const uint8_t* pixelAt(FastPlace place) const {
-    return rowAt(yOf(place)) + xOf(place);
+  HWY_INLINE const uint8_t* pixelAt(Entry vector) const {
+    if constexpr (kComparesToBits) return rowAt(yOf(vector)) + xOf(vector);
+    else return row_ + vector;
+  }
+  HWY_INLINE FastPlace placeAt(Entry vector) const {
+    if constexpr (kComparesToBits) return vector;
+    else return FastPlaceAt(vector, y_);
   }
 
   // What is brighter or darker than the centre by more than the barrier, beyond these.
@@ -127,35 +136,46 @@ class RowSearch {
     return all;
   }
 
-  // The vectors of the next part that may hold corners, by kPairs pairs, of which kFirst is one.
-  // But for the first and the last of a row, vectors lie on lines, which begin where addresses are
-  // multiples of a vector: what is loaded from the same column then lies in one cache line.
+  // The vectors of a row that may hold corners, by kPairs pairs, of which kFirst is one, or those
+  // of so many as the list has room for. But for the first and the last of a row, vectors lie on
+  // lines, which begin where addresses are multiples of a vector: what is loaded from the same
+  // column then lies in one cache line.
+  template <int kPairs, int kFirst>
+  HWY_INLINE uint32_t ListRow(uint32_t count) {
+    const V barrier = hn::Set(d, barrier_);
+    const uint32_t y = nextY_;
+    const uint8_t* const row = rowAt(y);
+    // The circles of the next row reach 4 rows down from this one.
+    const uint8_t* const ahead = rowAt(HWY_MIN(y + 4, search_.height - 1));
+    const auto list = [&](uint32_t x) HWY_ATTR {
+      if constexpr (kPrefetches) hwy::Prefetch(ahead + x);
+      const Candidates all = CandidatesAt<kPairs, kFirst>(row + x, barrier);
+      if constexpr (kComparesToBits) vectors_[count] = FastPlaceAt(x, y);
+      else vectors_[count] = x;
+      count += IsAnyIn(d, all.bright, all.dark);
+    };
+    uint32_t x = nextX_;
+    const uint32_t end = HWY_MIN(x + (kVectors - 1) * kLanes, end_);
+    list(x);
+    // Two vectors are enough where they reach from end to end.
+    const bool isShort = end_ - begin_ <= 2 * kLanes;
+    const auto address = reinterpret_cast<uintptr_t>(row + x);
+    x += isShort ? kLanes : kLanes - static_cast<uint32_t>(address % kLanes);
+    for (; x + kLanes <= end; x += kLanes) list(x);
+    if (end == end_ && x < end) list(end - kLanes);
+    y_ = y;
+    row_ = row;
+    nextX_ = end == end_ ? begin_ : x;
+    nextY_ += end == end_;
+    return count;
+  }
+  // The same of as many rows as are searched at once.
   template <int kPairs, int kFirst>
   HWY_NOINLINE uint32_t ListVectors() {
-    const V barrier = hn::Set(d, barrier_);
-    uint32_t count = 0, end = end_;
-    for (uint32_t y = y_; y < y_ + rows_; ++y) {
-      const uint8_t* const row = rowAt(y);
-      // The circles of the next row reach 4 rows down from this one.
-      const uint8_t* const ahead = rowAt(HWY_MIN(y + 4, search_.height - 1));
-      const auto list = [&](uint32_t x) HWY_ATTR {
-        if constexpr (kPrefetches) hwy::Prefetch(ahead + x);
-        const Candidates all = CandidatesAt<kPairs, kFirst>(row + x, barrier);
-        vectors_[count] = FastPlaceAt(x, y);
-        count += IsAnyIn(d, all.bright, all.dark);
-      };
-      uint32_t x = next_;
-      end = HWY_MIN(x + (kVectors - 1) * kLanes, end_);
-      list(x);
-      // Two vectors are enough where they reach from end to end.
-      const bool isShort = end_ - begin_ <= 2 * kLanes;
-      const auto address = reinterpret_cast<uintptr_t>(row + x);
-      x += isShort ? kLanes : kLanes - static_cast<uint32_t>(address % kLanes);
-      for (; x + kLanes <= end; x += kLanes) list(x);
-      if (end < end_) end = x;
-      else if (x < end) list(end - kLanes);
+    uint32_t count = ListRow<kPairs, kFirst>(0);
+    if constexpr (kComparesToBits) {
+      while (nextX_ == begin_ && nextY_ < endY_) count = ListRow<kPairs, kFirst>(count);
     }
-    next_ = end;
     return count;
   }
 
@@ -165,9 +185,9 @@ class RowSearch {
     const V barrier = hn::Set(d, barrier_);
     uint32_t count = 0;
     for (uint32_t k = 0; k < vectors; ++k) {
-      const FastPlace place = vectors_[k];
-      const Candidates all = CandidatesAt<kPairs, kFirst>(pixelAt(place), barrier);
-      vectors_[count] = place;
+      const Entry vector = vectors_[k];
+      const Candidates all = CandidatesAt<kPairs, kFirst>(pixelAt(vector), barrier);
+      vectors_[count] = vector;
       count += IsAnyIn(d, all.bright, all.dark);
     }
     return count;
@@ -177,16 +197,13 @@ class RowSearch {
   // where there are edges all over it would be one step more for most. Where the part before was
   // flat, by the upright pair alone and then by the rest.
   HWY_INLINE uint32_t ListThin() {
-    const uint32_t begin = next_;
-    if (isFlat_) {
-      const uint32_t vectors = ListVectors<1, 0>();
-      const uint32_t most = rows_ * ((next_ - begin) / kLanes);
-      isFlat_ = vectors < most / 3;
-      return Thin<4, 0>(vectors);
-    }
-    const uint32_t vectors = ListVectors<2, 2>();
-    const uint32_t most = rows_ * ((next_ - begin) / kLanes);
-    isFlat_ = vectors < most / 6;
+    const uint32_t begin = nextX_, y = nextY_;
+    const uint32_t vectors = isFlat_ ? ListVectors<1, 0>() : ListVectors<2, 2>();
+    const uint32_t end = nextX_ == begin_ ? end_ : nextX_;
+    const uint32_t most = (y_ - y + 1) * ((end - begin) / kLanes);
+    const bool wasFlat = isFlat_;
+    isFlat_ = vectors < most / (wasFlat ? 3 : 6);
+    if (wasFlat) return Thin<4, 0>(vectors);
     return vectors > most / 2 ? vectors : Thin<2, 0>(vectors);
   }
 
@@ -195,18 +212,18 @@ class RowSearch {
     const V barrier = hn::Set(d, barrier_);
     uint32_t count = 0;
     for (uint32_t k = 0; k < vectors; ++k) {
-      const FastPlace place = vectors_[k];
-      const Candidates all = CandidatesAt<4, 1>(pixelAt(place), barrier);
-      count += List(count, place, BitsOf(d, all.bright), BitsOf(d, all.dark));
+      const Entry vector = vectors_[k];
+      const Candidates all = CandidatesAt<4, 1>(pixelAt(vector), barrier);
+      count += List(count, vector, BitsOf(d, all.bright), BitsOf(d, all.dark));
     }
     return count;
   }
 
   // Writes a vector to the list. Whether it stays.
-  HWY_INLINE bool List(uint32_t at, FastPlace place, uint64_t bright, uint64_t dark) {
-    vectors_[at] = place;
-    bright_[at] = bright;
-    dark_[at] = dark;
+  HWY_INLINE bool List(uint32_t count, Entry vector, uint64_t bright, uint64_t dark) {
+    vectors_[count] = vector;
+    bright_[count] = bright;
+    dark_[count] = dark;
     return (bright | dark) != 0;
   }
 
@@ -214,8 +231,9 @@ class RowSearch {
   HWY_NOINLINE uint32_t ListStrengths(uint32_t vectors, const FastStrengths* strengths) {
     uint32_t count = 0;
     for (uint32_t k = 0; k < vectors; ++k) {
-      const FastPlace place = vectors_[k], bright = bright_[k], dark = dark_[k];
-      const uint8_t* const p = pixelAt(place);
+      const Entry vector = vectors_[k];
+      const uint64_t bright = bright_[k], dark = dark_[k];
+      const uint8_t* const p = pixelAt(vector);
       V v[LUM_CIRCLE], best = hn::Zero(d);
       const V centre = hn::LoadU(d, p);
       for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = hn::LoadU(d, placeOf(p, i));
@@ -223,10 +241,10 @@ class RowSearch {
       if (dark != 0) best = hn::Max(best, StrengthsOf<kArc, false>(v, centre));
       const auto isCorner = hn::Gt(best, hn::Set(d, barrier_));
       const uint64_t corners = BitsOf(d, isCorner);
-      const bool isAny = List(count, place, bright & corners, dark & corners);
+      const bool isAny = List(count, vector, bright & corners, dark & corners);
       count += isAny;
       if (strengths && isAny) {
-        uint8_t* const to = strengths->at(xOf(place), yOf(place));
+        uint8_t* const to = strengths->at(placeAt(vector));
         hn::StoreU(hn::Max(hn::IfThenElseZero(isCorner, best), hn::LoadU(d, to)), d, to);
       }
     }
@@ -246,16 +264,15 @@ class RowSearch {
         const auto dark = ArcsOf(isDark_[k / kBatch]);
         const auto found =
             hn::And(hn::Ne(hn::Or(bright, dark), hn::Zero(d64)), hn::FirstN(d64, some - k));
-        const auto places = hn::LoadU(d64, vectors_ + done + k);
-        hn::StoreU(Compressed(places, found), d64, vectors_ + count);
-        hn::StoreU(Compressed(bright, found), d64, bright_ + count);
-        hn::StoreU(Compressed(dark, found), d64, dark_ + count);
-        count += hn::CountTrue(d64, found);
+        CompressStore(found, hn::LoadU(d64, vectors_ + done + k), vectors_ + count);
+        CompressStore(found, bright, bright_ + count);
+        CompressStore(found, dark, dark_ + count);
+        count += static_cast<uint32_t>(hn::CountTrue(d64, found));
       }
     }
     return count;
   }
-  HWY_INLINE void CompareAll(FastPlace* vectors, uint32_t count) {
+  HWY_INLINE void CompareAll(Entry* vectors, uint32_t count) {
     const V barrier = hn::Set(d, barrier_);
     if (count % 2 != 0) vectors[count] = vectors[count - 1];
     for (uint32_t k = 0; k < count; k += 2) {
@@ -288,7 +305,7 @@ class RowSearch {
   HWY_INLINE uint32_t KeepOwn(uint32_t vectors) {
     uint64_t from = ownFrom_;
     for (uint32_t k = 0; k < vectors; ++k) {
-      const FastPlace place = vectors_[k];
+      const FastPlace place = placeAt(vectors_[k]);
       const uint64_t own = ~uint64_t{0} << (from > place ? from - place : 0);
       bright_[k] &= own;
       dark_[k] &= own;
@@ -303,8 +320,8 @@ class RowSearch {
                                 const FastStrengths& strengths) {
     uint32_t blocks = 0;
     for (uint32_t k = 0; k < vectors; ++k) {
-      const FastPlace place = vectors_[k];
-      blocks = blocks_.List(blocks, pixelAt(place), strengths.at(xOf(place), yOf(place)), bits[k]);
+      blocks =
+          blocks_.List(blocks, pixelAt(vectors_[k]), strengths.at(placeAt(vectors_[k])), bits[k]);
     }
     blocks_.template Fill<kIsBright>(blocks);
   }
@@ -312,12 +329,14 @@ class RowSearch {
   const lumFastSearch& search_;
   const uint32_t begin_, end_;
   const uint8_t barrier_;
-  uint32_t y_ = 0, rows_ = 0, next_ = 0;
+  // The next part of the rows that are searched, and the last row of the part before.
+  uint32_t nextX_ = 0, nextY_ = 0, endY_ = 0, y_ = 0;
+  const uint8_t* row_ = nullptr;
   bool isFlat_ = false;
   // Where the pixels begin that no vector has found before.
   uint64_t ownFrom_ = 0;
   ptrdiff_t offset_[LUM_CIRCLE];
-  FastPlace vectors_[kVectors + 8];
+  Entry vectors_[kVectors + 8];
   uint64_t bright_[kVectors + 8], dark_[kVectors + 8];
   HWY_ALIGN BatchBits isBright_[kCompared / kBatch], isDark_[kCompared / kBatch];
   StrengthBlocks<kArc, D, kVectors> blocks_{offset_};

@@ -10,6 +10,8 @@
 
 #include <hwy/highway.h>
 
+#include <bit>
+
 #include "vorta/lumenFastArc-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -18,13 +20,20 @@ namespace HWY_NAMESPACE {
 
 inline constexpr uint32_t kFastBlock = 16;
 
+// A place in an image, as corners go out: what is x there comes first in memory.
+using FastPlace = uint64_t;
+static_assert(std::endian::native == std::endian::little);
+HWY_INLINE FastPlace FastPlaceAt(uint32_t x, uint32_t y) { return FastPlace{y} << 32 | x; }
+HWY_INLINE uint32_t xOf(FastPlace place) { return static_cast<uint32_t>(place); }
+HWY_INLINE uint32_t yOf(FastPlace place) { return static_cast<uint32_t>(place >> 32); }
+
 // Room for the strengths of rows from `y` on and columns from `x` on, with 0 where there is no
 // corner. Its user clears it.
 struct FastStrengths {
   uint8_t* first;
   uint32_t x, y, pitch;
-  HWY_INLINE uint8_t* at(uint32_t column, uint32_t row) const {
-    return first + size_t{row - y} * pitch + (column - x);
+  HWY_INLINE uint8_t* at(FastPlace place) const {
+    return first + size_t{yOf(place) - y} * pitch + (xOf(place) - x);
   }
 };
 

@@ -82,9 +82,9 @@ class SuppressedSearch {
     uint64_t chosen = 0;
     bool goesOn = true;
     for (uint64_t bits = corners.bits; bits != 0; bits &= bits - 1) {
-      const auto x = xOf(corners.place) + static_cast<uint32_t>(__builtin_ctzll(bits));
-      if (!goesOn || (mask_ && lumFastIsMasked(*mask_, scale_, x, yOf(corners.place)))) {
-        *strengths_.at(x, yOf(corners.place)) = 0;
+      const FastPlace place = corners.place + static_cast<uint32_t>(__builtin_ctzll(bits));
+      if (!goesOn || (mask_ && lumFastIsMasked(*mask_, scale_, xOf(place), yOf(place)))) {
+        *strengths_.at(place) = 0;
         continue;
       }
       chosen |= bits & -bits;
@@ -99,8 +99,7 @@ class SuppressedSearch {
     for (uint32_t k = first; k < count_; ++k) {
       const FastCorners& corners = corners_[k];
       for (uint64_t bits = corners.bits; bits != 0; bits &= bits - 1) {
-        *strengths_.at(xOf(corners.place) + static_cast<uint32_t>(__builtin_ctzll(bits)),
-                       yOf(corners.place)) = 0;
+        *strengths_.at(corners.place + static_cast<uint32_t>(__builtin_ctzll(bits))) = 0;
       }
     }
     count_ = first;
@@ -112,7 +111,7 @@ class SuppressedSearch {
     const uint32_t first = kept_;
     for (; kept_ < count_ && yOf(corners_[kept_].place) < end; ++kept_) {
       FastCorners& corners = corners_[kept_];
-      const uint8_t* const p = strengths_.at(xOf(corners.place), yOf(corners.place));
+      const uint8_t* const p = strengths_.at(corners.place);
       auto other = hn::Max(hn::LoadU(d, p - 1), hn::LoadU(d, p + 1));
       for (const uint8_t* row : {p - strengths_.pitch, p + strengths_.pitch}) {
         other = hn::Max(other, hn::LoadU(d, row));
@@ -130,7 +129,7 @@ class SuppressedSearch {
     kept_ = 0;
     for (uint32_t k = 0; k < count_; ++k) {
       const FastCorners corners = corners_[k];
-      uint8_t* const from = strengths_.at(xOf(corners.place), yOf(corners.place));
+      uint8_t* const from = strengths_.at(corners.place);
       const auto strengths = hn::LoadU(d, from);
       hn::StoreU(hn::Zero(d), d, from);
       if (yOf(corners.place) < y) continue;
