@@ -195,15 +195,15 @@ class RowSearch {
   // By the two diagonal pairs, which fewer pixels of photographs pass than the upright and the
   // level one, and then by these, where vectors are so few that this is the last step for many:
   // where there are edges all over it would be one step more for most. Where the part before was
-  // flat, by the upright pair alone and then by the rest.
+  // flat, by the upright pair alone and then by the diagonal ones.
   HWY_INLINE uint32_t ListThin() {
     const uint32_t begin = nextX_, y = nextY_;
     const uint32_t vectors = isFlat_ ? ListVectors<1, 0>() : ListVectors<2, 2>();
     const uint32_t end = nextX_ == begin_ ? end_ : nextX_;
     const uint32_t most = (y_ - y + 1) * ((end - begin) / kLanes);
     const bool wasFlat = isFlat_;
-    isFlat_ = vectors < most / (wasFlat ? 3 : 6);
-    if (wasFlat) return Thin<4, 0>(vectors);
+    isFlat_ = vectors < most / (wasFlat ? 2 : 3);
+    if (wasFlat) return Thin<2, 2>(vectors);
     return vectors > most / 2 ? vectors : Thin<2, 0>(vectors);
   }
 
