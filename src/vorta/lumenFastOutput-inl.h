@@ -50,8 +50,8 @@ struct FastOutput {
     Put(count, x, y, score);
     return ++count < search.capacity;
   }
-  // The corners of some vectors, with strengths where scores are wanted.
-  // Listed first: how many a vector has is hard to foresee.
+  // The corners of some vectors, with strengths where scores are wanted. Listed first: how many a
+  // vector has is hard to foresee.
   template <class Vectors>
   HWY_INLINE bool AddAll(const Vectors& corners, uint32_t vectors, const FastStrengths& strengths) {
     for (uint32_t k = 0; k < vectors;) {

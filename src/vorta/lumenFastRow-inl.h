@@ -1,6 +1,6 @@
-// The FAST corners of a row, for any arc length.
+// The FAST corners of rows, for any arc length.
 //
-// A row is searched in steps, each of which lists what the next one looks at: vectors of pixels
+// Rows are searched in steps, each of which lists what the next one looks at: vectors of pixels
 // that may hold corners, those that do, and the blocks of 16 pixels in these that do. The steps are
 // loops without branches that depend on the picture: where it has edges, such branches are taken or
 // not as if at random. Each is a function of its own, so that its loop has all registers.
@@ -46,7 +46,7 @@ class RowSearch {
   }
 
   static constexpr uint32_t kLanes = static_cast<uint32_t>(hn::MaxLanes(D()));
-  // So many vectors are searched at once.
+  // At most so many vectors are searched at once.
   static constexpr uint32_t kVectors = 256;
 
   // Turns to row y and some rows from there on, at most `rows`. How many.
@@ -94,8 +94,12 @@ class RowSearch {
   // How many vectors are compared before their bits are looked at: these stay in the nearest cache.
   static constexpr uint32_t kCompared = 2 * kBatch;
 
+  // Lists are written by vectors, which may reach beyond them.
+  static constexpr uint32_t kListed = kVectors + 8;
+
   HWY_INLINE const uint8_t* placeOf(const uint8_t* p, int i) const { return p + offset_[i]; }
-  // How a vector is listed: many rows are searched at once where their bits are.
+  // How a vector is listed. Where comparisons yield bits, parts are many rows: there are full
+  // vectors of bits then, also in small images.
   using Entry = std::conditional_t<kComparesToBits, FastPlace, uint32_t>;
   HWY_INLINE const uint8_t* rowAt(uint32_t y) const {
     return search_.src + size_t{y} * search_.stride;
@@ -155,18 +159,20 @@ class RowSearch {
       count += IsAnyIn(d, all.bright, all.dark);
     };
     uint32_t x = nextX_;
-    const uint32_t end = HWY_MIN(x + (kVectors - 1) * kLanes, end_);
-    list(x);
+    constexpr uint32_t kMost = (kVectors - 1) * kLanes;
+    const bool isLast = end_ - x <= kMost;
+    const uint32_t end = isLast ? end_ : x + kMost;
+    list(HWY_MIN(x, end_ - kLanes));
     // Two vectors are enough where they reach from end to end.
     const bool isShort = end_ - begin_ <= 2 * kLanes;
     const auto address = reinterpret_cast<uintptr_t>(row + x);
     x += isShort ? kLanes : kLanes - static_cast<uint32_t>(address % kLanes);
     for (; x + kLanes <= end; x += kLanes) list(x);
-    if (end == end_ && x < end) list(end - kLanes);
+    if (isLast && x < end) list(end - kLanes);
     y_ = y;
     row_ = row;
-    nextX_ = end == end_ ? begin_ : x;
-    nextY_ += end == end_;
+    nextX_ = isLast ? begin_ : x;
+    nextY_ += isLast;
     return count;
   }
   // The same of as many rows as are searched at once.
@@ -274,6 +280,7 @@ class RowSearch {
   }
   HWY_INLINE void CompareAll(Entry* vectors, uint32_t count) {
     const V barrier = hn::Set(d, barrier_);
+    // Two at a time, so that their bits are stored side by side.
     if (count % 2 != 0) vectors[count] = vectors[count - 1];
     for (uint32_t k = 0; k < count; k += 2) {
       const uint8_t* const p0 = pixelAt(vectors[k]);
@@ -336,8 +343,8 @@ class RowSearch {
   // Where the pixels begin that no vector has found before.
   uint64_t ownFrom_ = 0;
   ptrdiff_t offset_[LUM_CIRCLE];
-  Entry vectors_[kVectors + 8];
-  uint64_t bright_[kVectors + 8], dark_[kVectors + 8];
+  Entry vectors_[kListed];
+  uint64_t bright_[kListed], dark_[kListed];
   HWY_ALIGN BatchBits isBright_[kCompared / kBatch], isDark_[kCompared / kBatch];
   StrengthBlocks<kArc, D, kVectors> blocks_{offset_};
 };
