@@ -19,6 +19,7 @@
 #include "cpu/lumenFastArc.h"
 #include "vorta/lumenFastRow-inl.h"
 #include "vorta/lumenFastSuppress-inl.h"
+#include "vorta/lumenFastWide-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lumen {
@@ -29,7 +30,7 @@ using FastTag = hn::ScalableTag<uint8_t>;
 // The corners of all rows, which are a vector at least.
 template <int kArc, class D>
 void FindInRows(D, FastOutput& out) {
-  using Rows = RowSearch<kArc, D>;
+  using Rows = RowsOf<kArc, D>;
   const lumFastSearch& s = out.search;
   Rows rows(s);
   // Vectors may reach back before a part of a row.

@@ -13,12 +13,26 @@
 #include <cstring>
 
 #include "vorta/lumenFastRow-inl.h"
+#include "vorta/lumenFastWide-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lumen {
 namespace HWY_NAMESPACE {
 
 using FastTag = hn::ScalableTag<uint8_t>;
+
+template <int kArc, class D>
+struct RowsOfTag {
+  using Type = RowSearch<kArc, D>;
+};
+#if HWY_TARGET == HWY_AVX3
+template <int kArc>
+struct RowsOfTag<kArc, hn::Full512<uint8_t>> {
+  using Type = WideSearch<kArc>;
+};
+#endif
+template <int kArc, class D>
+using RowsOf = typename RowsOfTag<kArc, D>::Type;
 
 // Rows of strengths, 0 where there is no corner, so that blocks of corners are held against their
 // eight neighbours at once. They are those of the rows that are searched at once, of the two rows
@@ -53,8 +67,8 @@ class SuppressedSearch {
   }
 
  private:
-  using Rows = RowSearch<kArc, FastTag>;
-  static constexpr FastTag d{};
+  using Rows = RowsOf<kArc, FastTag>;
+  static constexpr hn::CappedTag<uint8_t, Rows::kLanes> d{};
   // Rows are apart by multiples of this.
   static constexpr uint32_t kPitch = 64;
 
@@ -143,7 +157,7 @@ class SuppressedSearch {
   }
 
   const lumFastSearch& search_;
-  RowSearch<kArc, FastTag> rowSearch_;
+  Rows rowSearch_;
   FastOutput out_;
   const lumFastMask* const mask_;
   lumFastMaskScale scale_ = {};

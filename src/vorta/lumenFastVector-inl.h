@@ -52,13 +52,6 @@ HWY_INLINE hn::Mask512<uint8_t> GtAmong(hn::Mask512<uint8_t> mask, hn::Vec512<ui
                                         hn::Vec512<uint8_t> b) {
   return hn::Mask512<uint8_t>{_mm512_mask_cmpgt_epu8_mask(mask.raw, a.raw, b.raw)};
 }
-// Writes the elements of `mask`, and then anything up to eight.
-HWY_INLINE void CompressStore(hn::Mask512<uint64_t> mask, hn::Vec512<uint64_t> v, uint64_t* to) {
-  _mm512_storeu_si512(to, _mm512_maskz_compress_epi64(mask.raw, v.raw));
-}
-HWY_INLINE bool IsAnyIn(hn::Full512<uint8_t>, hn::Mask512<uint8_t> a, hn::Mask512<uint8_t> b) {
-  return !_kortestz_mask64_u8(a.raw, b.raw);
-}
 #endif
 
 }  // namespace HWY_NAMESPACE
