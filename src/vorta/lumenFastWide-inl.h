@@ -203,7 +203,8 @@ class WideSearch {
       hn::StoreU(hn::Compress(block, some), d32, blocks_ + count);
       count += static_cast<uint32_t>(hn::CountTrue(d32, some));
     }
-    blocks_[count] = blocks_[0];
+    // What the last two lack, and those that are looked up before they are needed.
+    for (uint32_t k = count; k < count + 4; ++k) blocks_[k] = blocks_[0];
     isFlat_ = count < vectors / 2;
     return count;
   }
@@ -213,7 +214,7 @@ class WideSearch {
     Wide centre, v[LUM_CIRCLE];
     HWY_INLINE Circles(const uint8_t* p0, const uint8_t* p1, size_t stride)
         : centre(TwoBlocks(p0, p1)) {
-      // Sums of a row and a column are parts of loads; for offsets there are no registers.
+      // So that sums of a row and a column are parts of loads.
       const uint8_t *top0 = p0 - 3 * stride, *top1 = p1 - 3 * stride;
       asm("" : "+r"(top0), "+r"(top1));
       HWY_UNROLL(16)
@@ -272,9 +273,15 @@ class WideSearch {
     const Wide barrier = hn::Set(d, barrier_);
     const Wide one = hn::Set(d, uint8_t{1});
     const size_t stride = search_.stride;
+    const uint8_t *p0 = pixelsOf(blocks_[0]), *p1 = pixelsOf(blocks_[1]);
     for (uint32_t k = 0; k < blocks; k += 2) {
       const uint32_t b0 = blocks_[k], b1 = blocks_[k + 1];
-      const Circles c(pixelsOf(b0), pixelsOf(b1), stride);
+      // Were the sums made before the loop, there would be no registers for them.
+      size_t rows = stride;
+      asm("" : "+r"(rows));
+      const Circles c(p0, p1, rows);
+      p0 = pixelsOf(blocks_[k + 2]);
+      p1 = pixelsOf(blocks_[k + 3]);
       const Wide above = hn::SaturatedAdd(c.centre, barrier);
       const Wide below = hn::SaturatedSub(c.centre, barrier);
       const Wide isDark = c.IsDark(above);
