@@ -1,7 +1,7 @@
 // The FAST corners of rows for any arc length, where vectors are 64 pixels long.
 //
-// Rows are searched in steps, each of which leaves fewer candidates: pixels of all vectors by some
-// pairs of opposite pixels, then blocks of 32 of them by arcs, brighter and darker ones apart. The
+// Rows are searched in steps, each of which leaves fewer candidates: pixels of all vectors by one
+// or two pairs of opposite pixels, then those of blocks of 32 by arcs, two blocks at a time. The
 // steps are loops without branches that depend on the picture: where it has edges, such branches
 // are taken or not as if at random. What is found at a place has its place in memory, and lists of
 // blocks are made of that in a step of their own: a store whose address hangs on a comparison holds
@@ -63,15 +63,13 @@ class WideSearch {
 
   // Finds the corners of the next part of these rows. How many vectors have some.
   HWY_INLINE uint32_t Find() {
-    const uint32_t vectors = FindCandidates();
-    KeepCorners(ListBlocks(vectors));
-    return ListCorners(vectors);
+    KeepCorners(ListCandidates());
+    return ListCorners();
   }
   // The same with their strengths.
   HWY_INLINE uint32_t Find(const FastStrengths& strengths) {
-    const uint32_t vectors = FindCandidates();
-    KeepCorners(ListBlocks(vectors), strengths);
-    return ListCorners(vectors);
+    KeepCorners(ListCandidates(), strengths);
+    return ListCorners();
   }
   // What was found.
   HWY_INLINE FastCorners operator[](uint32_t k) const {
@@ -164,22 +162,30 @@ class WideSearch {
     nextY_ += isLast;
     return count;
   }
-  // The same of as many rows as are searched at once. How many vectors they are.
+  // The same of as many rows as are searched at once.
   template <Pairs kPairs>
-  HWY_NOINLINE uint32_t FindInRows() {
+  HWY_NOINLINE void FindInRows() {
     uint32_t count = FindInRow<kPairs>(0);
     while (nextX_ == begin_ && nextY_ < endY_) count = FindInRow<kPairs>(count);
     // What a vector of bits lacks.
     for (uint32_t k = 2 * count; k % 16 != 0; ++k) bits_[k] = 0;
-    return count;
+    count_ = count;
   }
-  // Candidates by the diagonal pairs, which fewer pixels of photographs pass than the upright and
-  // the level one. Where the part before was flat, by the upright pair alone and then by these.
-  HWY_INLINE uint32_t FindCandidates() {
-    if (!isFlat_) return FindInRows<Pairs::diagonal>();
-    const uint32_t vectors = FindInRows<Pairs::upright>();
-    Thin(ListBlocks(vectors));
-    return vectors;
+  // The blocks that hold candidates by the diagonal pairs, which fewer pixels of photographs pass
+  // than the upright and the level one. Where the part before was flat, by the upright pair alone
+  // and then by these, which takes less where few blocks pass the first.
+  HWY_INLINE uint32_t ListCandidates() {
+    if (isFlat_) {
+      FindInRows<Pairs::upright>();
+      const uint32_t blocks = ListBlocks();
+      isFlat_ = blocks < count_;
+      Thin(blocks);
+      return ListBlocks();
+    }
+    FindInRows<Pairs::diagonal>();
+    const uint32_t blocks = ListBlocks();
+    isFlat_ = blocks < count_ * 3 / 8;
+    return blocks;
   }
   HWY_NOINLINE void Thin(uint32_t blocks) {
     const Block barrier = hn::Set(dBlock, barrier_);
@@ -193,23 +199,24 @@ class WideSearch {
   }
 
   // Lists the blocks that have bits, and the first of them again where they are odd in number.
-  HWY_NOINLINE uint32_t ListBlocks(uint32_t vectors) {
+  HWY_NOINLINE uint32_t ListBlocks() {
     const hn::Full512<uint32_t> d32;
     uint32_t count = 0;
     auto block = hn::Iota(d32, 0);
     const auto step = hn::Set(d32, 16);
-    for (uint32_t k = 0; k < 2 * vectors; k += 16, block = block + step) {
+    for (uint32_t k = 0; k < 2 * count_; k += 16, block = block + step) {
       const auto some = hn::Ne(hn::LoadU(d32, bits_ + k), hn::Zero(d32));
       hn::StoreU(hn::Compress(block, some), d32, blocks_ + count);
       count += static_cast<uint32_t>(hn::CountTrue(d32, some));
     }
     // What the last two lack, and those that are looked up before they are needed.
     for (uint32_t k = count; k < count + 4; ++k) blocks_[k] = blocks_[0];
-    isFlat_ = count < vectors / 2;
     return count;
   }
 
-  // The circles of the pixels of two blocks, place by place.
+  // The circles of the pixels of two blocks, place by place. Work with bytes where a mask register
+  // for each comparison would do with fewer instructions: some processors take two cycles to store
+  // one.
   struct Circles {
     Wide centre, v[LUM_CIRCLE];
     HWY_INLINE Circles(const uint8_t* p0, const uint8_t* p1, size_t stride)
@@ -273,6 +280,7 @@ class WideSearch {
     const Wide barrier = hn::Set(d, barrier_);
     const Wide one = hn::Set(d, uint8_t{1});
     const size_t stride = search_.stride;
+    if (blocks == 0) return;
     const uint8_t *p0 = pixelsOf(blocks_[0]), *p1 = pixelsOf(blocks_[1]);
     for (uint32_t k = 0; k < blocks; k += 2) {
       const uint32_t b0 = blocks_[k], b1 = blocks_[k + 1];
@@ -285,8 +293,9 @@ class WideSearch {
       const Wide above = hn::SaturatedAdd(c.centre, barrier);
       const Wide below = hn::SaturatedSub(c.centre, barrier);
       const Wide isDark = c.IsDark(above);
-      // What the limits lack: bright lies above the one, dark below the other. The highest bit of
-      // the mean is set where a pixel and that make 255 or more, at the limit or beyond.
+      // What the limits lack: bright begins one above the one, dark ends before the other. The
+      // highest bit of the mean is set where a pixel and that make 255 or more, at the limit or
+      // beyond. Where nothing can lie above, at 255, arcs can only be dark.
       constexpr int kNotBelowIfDark = 0x47;
       const Wide rest = Logic<kNotBelowIfDark>(above + one, isDark, below);
       Wide is[LUM_CIRCLE];
@@ -321,12 +330,12 @@ class WideSearch {
   }
 
   // Lists the vectors that hold corners.
-  HWY_NOINLINE uint32_t ListCorners(uint32_t vectors) {
+  HWY_NOINLINE uint32_t ListCorners() {
     const hn::Full256<uint32_t> d32;
     uint32_t count = 0;
     auto vector = hn::Iota(d32, 0);
     const auto step = hn::Set(d32, 8);
-    for (uint32_t k = 0; k < vectors; k += 8, vector = vector + step) {
+    for (uint32_t k = 0; k < count_; k += 8, vector = vector + step) {
       const __m512i bits = _mm512_loadu_si512(bits_ + 2 * k);
       const auto some = hn::Mask<decltype(d32)>{_mm512_test_epi64_mask(bits, bits)};
       hn::StoreU(hn::Compress(vector, some), d32, blocks_ + count);
@@ -340,6 +349,8 @@ class WideSearch {
   const uint8_t barrier_;
   // The next part of the rows that are searched.
   uint32_t nextX_ = 0, nextY_ = 0, endY_ = 0;
+  // How many vectors are searched now, and whether those before held little.
+  uint32_t count_ = 0;
   bool isFlat_ = false;
   ptrdiff_t offset_[LUM_CIRCLE];
   // Lists are written by vectors, which may reach beyond them.
