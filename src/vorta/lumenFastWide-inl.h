@@ -27,11 +27,11 @@
 #include "vorta/lumenFastStrength-inl.h"
 #include "vorta/lumenFastVector-inl.h"
 
+#if HWY_TARGET == HWY_AVX3
+
 HWY_BEFORE_NAMESPACE();
 namespace lumen {
 namespace HWY_NAMESPACE {
-
-#if HWY_TARGET == HWY_AVX3
 
 template <int kArc>
 class WideSearch {
@@ -360,10 +360,10 @@ class WideSearch {
   uint32_t blocks_[2 * kVectors + 16];
 };
 
-#endif
-
 }  // namespace HWY_NAMESPACE
 }  // namespace lumen
 HWY_AFTER_NAMESPACE();
+
+#endif  // HWY_TARGET == HWY_AVX3
 
 #endif  // LUMEN_FAST_WIDE_INL_H
