@@ -19,7 +19,6 @@
 #include "cpu/lumenFastArc.h"
 #include "vorta/lumenFastRow-inl.h"
 #include "vorta/lumenFastSuppress-inl.h"
-#include "vorta/lumenFastWide-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lumen {
@@ -30,7 +29,7 @@ using FastTag = hn::ScalableTag<uint8_t>;
 // The corners of all rows, which are a vector at least.
 template <int kArc, class D>
 void FindInRows(D, FastOutput& out) {
-  using Rows = RowsOf<kArc, D>;
+  using Rows = typename RowSearchOf<kArc, D>::Type;
   const lumFastSearch& s = out.search;
   Rows rows(s);
   // Vectors may reach back before a part of a row.

@@ -21,18 +21,17 @@ namespace HWY_NAMESPACE {
 
 using FastTag = hn::ScalableTag<uint8_t>;
 
+// What searches rows by a vector of pixels.
 template <int kArc, class D>
-struct RowsOfTag {
+struct RowSearchOf {
   using Type = RowSearch<kArc, D>;
 };
 #if HWY_TARGET == HWY_AVX3
 template <int kArc>
-struct RowsOfTag<kArc, hn::Full512<uint8_t>> {
+struct RowSearchOf<kArc, hn::Full512<uint8_t>> {
   using Type = WideSearch<kArc>;
 };
 #endif
-template <int kArc, class D>
-using RowsOf = typename RowsOfTag<kArc, D>::Type;
 
 // Rows of strengths, 0 where there is no corner, so that blocks of corners are held against their
 // eight neighbours at once. They are those of the rows that are searched at once, of the two rows
@@ -67,7 +66,7 @@ class SuppressedSearch {
   }
 
  private:
-  using Rows = RowsOf<kArc, FastTag>;
+  using Rows = typename RowSearchOf<kArc, FastTag>::Type;
   static constexpr hn::CappedTag<uint8_t, Rows::kLanes> d{};
   // Rows are apart by multiples of this.
   static constexpr uint32_t kPitch = 64;
