@@ -46,19 +46,19 @@ class RowSearch {
   // At most so many vectors are searched at once.
   static constexpr uint32_t kVectors = 256;
 
-  // Turns to row y; as many rows at once are one.
-  HWY_INLINE uint32_t Start(uint32_t y, uint32_t) {
-    y_ = y;
-    row_ = search_.src + size_t{y} * search_.stride;
+  // Turns to row y and some rows from there on, at most `rows`. How many.
+  HWY_INLINE uint32_t Start(uint32_t y, uint32_t rows) {
+    const uint32_t most = kVectors / ((end_ - begin_) / kLanes + 2);
+    nextY_ = y;
+    endY_ = y + HWY_MIN(HWY_MAX(most, 1u), rows);
     nextX_ = begin_;
-    isDone_ = false;
-    return 1;
+    return endY_ - y;
   }
-  bool isDone() const { return isDone_; }
+  bool isDone() const { return nextY_ == endY_; }
   // Where the next part of a row begins.
   uint32_t nextX() const { return nextX_; }
 
-  // Finds the corners of the next part of the row. How many vectors have some.
+  // Finds the corners of the next part of a row. How many vectors have some.
   HWY_INLINE uint32_t Find() {
     return KeepOwn(ListStrengths(ListCandidates(ListVectors()), nullptr));
   }
@@ -103,12 +103,14 @@ class RowSearch {
     return all;
   }
 
-  // The vectors of the row that may hold corners, by two pairs, or those of so many as the list has
+  // The vectors of a row that may hold corners, by two pairs, or those of so many as the list has
   // room for. But for the first and the last of a row, vectors lie on lines, which begin where
   // addresses are multiples of a vector: what is loaded from the same column then lies in one cache
   // line.
   HWY_NOINLINE uint32_t ListVectors() {
     const V barrier = hn::Set(d, barrier_);
+    y_ = nextY_;
+    row_ = search_.src + size_t{y_} * search_.stride;
     uint32_t count = 0;
     const auto list = [&](uint32_t x) HWY_ATTR {
       const Candidates all = CandidatesAt<2, 2>(row_ + x, barrier);
@@ -126,8 +128,8 @@ class RowSearch {
     x += isShort ? kLanes : kLanes - static_cast<uint32_t>(address % kLanes);
     for (; x + kLanes <= end; x += kLanes) list(x);
     if (isLast && x < end) list(end - kLanes);
-    nextX_ = x;
-    isDone_ = isLast;
+    nextX_ = isLast ? begin_ : x;
+    nextY_ += isLast;
     return count;
   }
 
@@ -193,10 +195,9 @@ class RowSearch {
   const lumFastSearch& search_;
   const uint32_t begin_, end_;
   const uint8_t barrier_;
-  // The row, and where its next part begins.
-  uint32_t y_ = 0, nextX_ = 0;
+  // The next part of the rows that are searched, and the row of the part before.
+  uint32_t nextX_ = 0, nextY_ = 0, endY_ = 0, y_ = 0;
   const uint8_t* row_ = nullptr;
-  bool isDone_ = true;
   // Where the pixels begin that no vector has found before.
   uint64_t ownFrom_ = 0;
   ptrdiff_t offset_[LUM_CIRCLE];
