@@ -21,6 +21,7 @@
 #include "cpu/lumenFastArc.h"
 #include "vorta/lumenFastArc-inl.h"
 #include "vorta/lumenFastOutput-inl.h"
+#include "vorta/lumenFastPart-inl.h"
 #include "vorta/lumenFastStrength-inl.h"
 #include "vorta/lumenFastVector-inl.h"
 
@@ -29,34 +30,17 @@ namespace lumen {
 namespace HWY_NAMESPACE {
 
 template <int kArc, class D>
-class RowSearch {
+class RowSearch : public FastParts<static_cast<uint32_t>(hn::MaxLanes(D()))> {
+  using Parts = FastParts<static_cast<uint32_t>(hn::MaxLanes(D()))>;
+
  public:
+  using Parts::kLanes, Parts::kVectors;
   using V = hn::Vec<D>;
 
-  // The columns between the borders must be a vector at least.
   explicit RowSearch(const lumFastSearch& search)
-      : search_(search),
-        begin_(search.border),
-        end_(search.width - search.border),
-        barrier_(static_cast<uint8_t>(search.barrier)) {
+      : Parts(search), barrier_(static_cast<uint8_t>(search.barrier)) {
     lumCircleOffsets(offset_, search.stride);
   }
-
-  static constexpr uint32_t kLanes = static_cast<uint32_t>(hn::MaxLanes(D()));
-  // At most so many vectors are searched at once.
-  static constexpr uint32_t kVectors = 256;
-
-  // Turns to row y and some rows from there on, at most `rows`. How many.
-  HWY_INLINE uint32_t Start(uint32_t y, uint32_t rows) {
-    const uint32_t most = kVectors / ((end_ - begin_) / kLanes + 2);
-    nextY_ = y;
-    endY_ = y + HWY_MIN(HWY_MAX(most, 1u), rows);
-    nextX_ = begin_;
-    return endY_ - y;
-  }
-  bool isDone() const { return nextY_ == endY_; }
-  // Where the next part of a row begins.
-  uint32_t nextX() const { return nextX_; }
 
   // Finds the corners of the next part of a row. How many vectors have some.
   HWY_INLINE uint32_t Find() {
@@ -73,6 +57,7 @@ class RowSearch {
 
  private:
   static constexpr D d{};
+
   HWY_INLINE const uint8_t* placeOf(const uint8_t* p, int i) const { return p + offset_[i]; }
   HWY_INLINE FastPlace placeAt(uint32_t x) const { return FastPlaceAt(x, y_); }
 
@@ -104,32 +89,18 @@ class RowSearch {
   }
 
   // The vectors of a row that may hold corners, by two pairs, or those of so many as the list has
-  // room for. But for the first and the last of a row, vectors lie on lines, which begin where
-  // addresses are multiples of a vector: what is loaded from the same column then lies in one cache
-  // line.
+  // room for.
   HWY_NOINLINE uint32_t ListVectors() {
     const V barrier = hn::Set(d, barrier_);
-    y_ = nextY_;
-    row_ = search_.src + size_t{y_} * search_.stride;
+    y_ = Parts::nextY();
+    row_ = Parts::rowAt(y_);
     uint32_t count = 0;
     const auto list = [&](uint32_t x) HWY_ATTR {
       const Candidates all = CandidatesAt<2, 2>(row_ + x, barrier);
       vectors_[count] = x;
-      count += IsAnyIn(d, all.bright, all.dark);
+      count += !hn::AllFalse(d, hn::Or(all.bright, all.dark));
     };
-    uint32_t x = nextX_;
-    constexpr uint32_t kMost = (kVectors - 1) * kLanes;
-    const bool isLast = end_ - x <= kMost;
-    const uint32_t end = isLast ? end_ : x + kMost;
-    list(HWY_MIN(x, end_ - kLanes));
-    // Two vectors are enough where they reach from end to end.
-    const bool isShort = end_ - begin_ <= 2 * kLanes;
-    const auto address = reinterpret_cast<uintptr_t>(row_ + x);
-    x += isShort ? kLanes : kLanes - static_cast<uint32_t>(address % kLanes);
-    for (; x + kLanes <= end; x += kLanes) list(x);
-    if (isLast && x < end) list(end - kLanes);
-    nextX_ = isLast ? begin_ : x;
-    nextY_ += isLast;
+    Parts::ForVectors(list, [&](uint32_t x, uint64_t) HWY_ATTR { list(x); });
     return count;
   }
 
@@ -192,11 +163,9 @@ class RowSearch {
     return vectors;
   }
 
-  const lumFastSearch& search_;
-  const uint32_t begin_, end_;
   const uint8_t barrier_;
-  // The next part of the rows that are searched, and the row of the part before.
-  uint32_t nextX_ = 0, nextY_ = 0, endY_ = 0, y_ = 0;
+  // The row that is searched.
+  uint32_t y_ = 0;
   const uint8_t* row_ = nullptr;
   // Where the pixels begin that no vector has found before.
   uint64_t ownFrom_ = 0;

@@ -67,7 +67,7 @@ class SuppressedSearch {
 
  private:
   using Rows = typename RowSearchOf<kArc, FastTag>::Type;
-  static constexpr hn::CappedTag<uint8_t, Rows::kLanes> d{};
+  static constexpr FastTag d{};
   // Rows are apart by multiples of this.
   static constexpr uint32_t kPitch = 64;
 

@@ -42,11 +42,6 @@ template <class V, class M>
 HWY_INLINE M GtAmong(M mask, V a, V b) {
   return hn::And(mask, hn::Gt(a, b));
 }
-// Whether any lane is in one of two masks.
-template <class D>
-HWY_INLINE bool IsAnyIn(D d, hn::Mask<D> a, hn::Mask<D> b) {
-  return !hn::AllFalse(d, hn::Or(a, b));
-}
 #if HWY_TARGET == HWY_AVX3
 HWY_INLINE hn::Mask512<uint8_t> GtAmong(hn::Mask512<uint8_t> mask, hn::Vec512<uint8_t> a,
                                         hn::Vec512<uint8_t> b) {

@@ -21,9 +21,9 @@
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
-#include "cpu/lumenFastArc.h"
 #include "vorta/lumenFastArc-inl.h"
 #include "vorta/lumenFastOutput-inl.h"
+#include "vorta/lumenFastPart-inl.h"
 #include "vorta/lumenFastStrength-inl.h"
 #include "vorta/lumenFastVector-inl.h"
 
@@ -34,32 +34,10 @@ namespace lumen {
 namespace HWY_NAMESPACE {
 
 template <int kArc>
-class WideSearch {
+class WideSearch : public FastParts<64> {
  public:
-  // The columns between the borders must be a vector at least.
   explicit WideSearch(const lumFastSearch& search)
-      : search_(search),
-        begin_(search.border),
-        end_(search.width - search.border),
-        barrier_(static_cast<uint8_t>(search.barrier)) {
-    lumCircleOffsets(offset_, search.stride);
-  }
-
-  static constexpr uint32_t kLanes = 64;
-  // At most so many vectors are searched at once.
-  static constexpr uint32_t kVectors = 256;
-
-  // Turns to row y and some rows from there on, at most `rows`. How many.
-  HWY_INLINE uint32_t Start(uint32_t y, uint32_t rows) {
-    const uint32_t most = kVectors / ((end_ - begin_) / kLanes + 2);
-    nextY_ = y;
-    endY_ = y + HWY_MIN(HWY_MAX(most, 1u), rows);
-    nextX_ = begin_;
-    return endY_ - y;
-  }
-  bool isDone() const { return nextY_ == endY_; }
-  // Where the next part of a row begins.
-  uint32_t nextX() const { return nextX_; }
+      : FastParts(search), barrier_(static_cast<uint8_t>(search.barrier)) {}
 
   // Finds the corners of the next part of these rows. How many vectors have some.
   HWY_INLINE uint32_t Find() {
@@ -86,9 +64,6 @@ class WideSearch {
   static constexpr BlockTag dBlock{};
   static constexpr uint32_t kBlock = kLanes / 2;
 
-  HWY_INLINE const uint8_t* rowAt(uint32_t y) const {
-    return search_.src + size_t{y} * search_.stride;
-  }
   HWY_INLINE FastPlace placeOf(uint32_t block) const {
     return vectors_[block / 2] + block % 2 * kBlock;
   }
@@ -118,14 +93,12 @@ class WideSearch {
     return hn::Or(GtAmong(bright, hn::Max(e, f), most), GtAmong(dark, least, hn::Min(e, f)));
   }
 
-  // The candidates of a row, or of as much of it as there is room for. But for the first and the
-  // last of a row, vectors lie on lines, which begin where addresses are multiples of a vector:
-  // what is loaded from the same column then lies in one cache line. Of pixels that two vectors
-  // share only one has candidates.
+  // The candidates of a row, or of as much of it as there is room for. Of vectors that share pixels
+  // only one has them as candidates.
   template <Pairs kPairs>
   HWY_INLINE uint32_t FindInRow(uint32_t count) {
     const auto barrier = hn::Set(d, barrier_);
-    const uint32_t y = nextY_;
+    const uint32_t y = nextY();
     const uint8_t* const row = rowAt(y);
     // The circles of the next row reach 4 rows down from this one.
     const uint8_t* const ahead = rowAt(HWY_MIN(y + 4, search_.height - 1));
@@ -144,29 +117,14 @@ class WideSearch {
       bits_[2 * count - 2] &= static_cast<uint32_t>(own);
       bits_[2 * count - 1] &= static_cast<uint32_t>(own >> kBlock);
     };
-    constexpr uint64_t kAll = ~uint64_t{0};
-    const uint32_t begin = nextX_;
-    constexpr uint32_t kLongest = (kVectors - 1) * kLanes;
-    const bool isLast = end_ - begin <= kLongest;
-    const uint32_t end = isLast ? end_ : begin + kLongest;
-    // Two vectors are enough where they reach from end to end.
-    const bool isShort = end_ - begin_ <= 2 * kLanes;
-    const auto address = reinterpret_cast<uintptr_t>(row + begin);
-    const uint32_t first = isShort ? kLanes : kLanes - static_cast<uint32_t>(address % kLanes);
-    const uint32_t back = begin - HWY_MIN(begin, end_ - kLanes);
-    uint32_t x = begin + first;
-    findAmong(begin - back, kAll >> (kLanes - first) << back);
-    for (; x + kLanes <= end; x += kLanes) find(x);
-    if (isLast && x < end) findAmong(end - kLanes, kAll << (x - (end - kLanes)));
-    nextX_ = isLast ? begin_ : x;
-    nextY_ += isLast;
+    ForVectors(find, findAmong);
     return count;
   }
   // The same of as many rows as are searched at once.
   template <Pairs kPairs>
   HWY_NOINLINE void FindInRows() {
     uint32_t count = FindInRow<kPairs>(0);
-    while (nextX_ == begin_ && nextY_ < endY_) count = FindInRow<kPairs>(count);
+    while (isAtRow()) count = FindInRow<kPairs>(count);
     // What a vector of bits lacks.
     for (uint32_t k = 2 * count; k % 16 != 0; ++k) bits_[k] = 0;
     count_ = count;
@@ -344,15 +302,10 @@ class WideSearch {
     return count;
   }
 
-  const lumFastSearch& search_;
-  const uint32_t begin_, end_;
   const uint8_t barrier_;
-  // The next part of the rows that are searched.
-  uint32_t nextX_ = 0, nextY_ = 0, endY_ = 0;
   // How many vectors are searched now, and whether those before held little.
   uint32_t count_ = 0;
   bool isFlat_ = false;
-  ptrdiff_t offset_[LUM_CIRCLE];
   // Lists are written by vectors, which may reach beyond them.
   FastPlace vectors_[kVectors + 8];
   // Candidates, and then corners: bits of each block.
