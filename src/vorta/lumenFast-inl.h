@@ -32,14 +32,19 @@ void FindInRows(D, FastOutput& out) {
   using Rows = typename RowSearchOf<kArc, D>::Type;
   const lumFastSearch& s = out.search;
   Rows rows(s);
-  // Vectors may reach back before a part of a row.
+  // Strengths of what is searched at once: of several rows, or of a part of one. Vectors may reach
+  // back before a part.
   uint8_t strength[Rows::kLanes * (1 + Rows::kVectors)];
+  const size_t pitch = size_t{s.width} + Rows::kLanes;
+  const size_t fitting = HWY_MAX(HWY_MIN(sizeof strength / pitch, Rows::kRows), 1u);
   const uint32_t end = s.height - s.border;
   for (uint32_t y = s.border; y < end;) {
-    const uint32_t most = out.scores ? 1 : end - y;
+    const uint32_t first = y;
+    const uint32_t most = out.scores ? HWY_MIN(static_cast<uint32_t>(fitting), end - y) : end - y;
     for (y += rows.Start(y, most); !rows.isDone();) {
-      const FastStrengths strengths = {strength, rows.nextX() - Rows::kLanes, y - 1, 0};
-      if (out.scores) std::memset(strength, 0, sizeof strength);
+      const FastStrengths strengths = {strength, rows.nextX() - Rows::kLanes, first,
+                                       static_cast<uint32_t>(pitch)};
+      if (out.scores) std::memset(strength, 0, HWY_MIN(sizeof strength, fitting * pitch));
       const uint32_t count = out.scores ? rows.Find(strengths) : rows.Find();
       if (!out.AddAll(rows, count, strengths)) return;
     }

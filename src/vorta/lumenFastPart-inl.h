@@ -1,4 +1,4 @@
-// The parts of rows in which FAST corners are searched at once, and the vectors of these.
+// The parts of rows in which FAST corners are searched at once, by vectors of up to 32 pixels.
 
 // Include guard for each target that this is compiled for.
 #if defined(LUMEN_FAST_PART_INL_H) == defined(HWY_TARGET_TOGGLE)
@@ -20,8 +20,8 @@ template <uint32_t kPixels>
 class FastParts {
  public:
   static constexpr uint32_t kLanes = kPixels;
-  // At most so many vectors are searched at once.
-  static constexpr uint32_t kVectors = 256;
+  // At most so many vectors are searched at once, in one row.
+  static constexpr uint32_t kVectors = 256, kRows = 1;
 
   // Turns to row y and some rows from there on, at most `rows`. How many.
   HWY_INLINE uint32_t Start(uint32_t y, uint32_t rows) {
@@ -44,17 +44,13 @@ class FastParts {
     return search_.src + size_t{y} * search_.stride;
   }
   uint32_t nextY() const { return nextY_; }
-  // Whether another row can be searched at once with the last one.
-  bool isAtRow() const { return nextX_ == begin_ && nextY_ < endY_; }
 
   // Goes through the vectors of the next part of a row, which is as much of it as there is room
-  // for, and past that part. But for the first and the last of a row, vectors lie on lines, which
-  // begin where addresses are multiples of a vector: what is loaded from the same column then lies
-  // in one cache line. Those two may share pixels with their neighbours; `own` gets them with the
-  // bits of the pixels that are theirs alone, `all` gets the others.
-  template <class All, class Own>
-  HWY_INLINE void ForVectors(const All& all, const Own& own) {
-    constexpr uint64_t kEach = ~uint64_t{0};
+  // for, and past that part. But for the first and the last of a row, which may share pixels with
+  // their neighbours, vectors lie on lines, which begin where addresses are multiples of a vector:
+  // what is loaded from the same column then lies in one cache line.
+  template <class Each>
+  HWY_INLINE void ForVectors(const Each& each) {
     constexpr uint32_t kLongest = (kVectors - 1) * kLanes;
     const uint32_t begin = nextX_;
     const bool isLast = end_ - begin <= kLongest;
@@ -63,11 +59,10 @@ class FastParts {
     const bool isShort = end_ - begin_ <= 2 * kLanes;
     const auto address = reinterpret_cast<uintptr_t>(rowAt(nextY_) + begin);
     const uint32_t first = isShort ? kLanes : kLanes - static_cast<uint32_t>(address % kLanes);
-    const uint32_t back = begin - HWY_MIN(begin, end_ - kLanes);
     uint32_t x = begin + first;
-    own(begin - back, kEach >> (64 - first) << back);
-    for (; x + kLanes <= end; x += kLanes) all(x);
-    if (isLast && x < end) own(end - kLanes, kEach << (x - (end - kLanes)));
+    each(HWY_MIN(begin, end_ - kLanes));
+    for (; x + kLanes <= end; x += kLanes) each(x);
+    if (isLast && x < end) each(end - kLanes);
     nextX_ = isLast ? begin_ : x;
     nextY_ += isLast;
   }

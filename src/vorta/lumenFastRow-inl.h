@@ -100,7 +100,7 @@ class RowSearch : public FastParts<static_cast<uint32_t>(hn::MaxLanes(D()))> {
       vectors_[count] = x;
       count += !hn::AllFalse(d, hn::Or(all.bright, all.dark));
     };
-    Parts::ForVectors(list, [&](uint32_t x, uint64_t) HWY_ATTR { list(x); });
+    Parts::ForVectors(list);
     return count;
   }
 

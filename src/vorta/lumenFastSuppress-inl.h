@@ -46,7 +46,8 @@ class SuppressedSearch {
       : search_(search), rowSearch_(search), out_(search, nullptr, scores), mask_(mask) {
     if (mask) scale_ = lumFastScaleOf(*mask, search.width, search.height);
     strengths_ = {room_, 0, 0, (search.width / kPitch + 1) * kPitch};
-    rows_ = HWY_MIN(static_cast<uint32_t>(sizeof room_) / strengths_.pitch, search.height) - 3;
+    const uint32_t fitting = static_cast<uint32_t>(sizeof room_) / strengths_.pitch - 3;
+    rows_ = rowSearch_.Start(search.border, HWY_MIN(fitting, search.height - 2 * search.border));
     std::memset(room_, 0, size_t{rows_ + 3} * strengths_.pitch);
   }
 
@@ -70,6 +71,9 @@ class SuppressedSearch {
   static constexpr FastTag d{};
   // Rows are apart by multiples of this.
   static constexpr uint32_t kPitch = 64;
+  // How many of the widest rows there is room for. Where many are searched at once, that takes less
+  // for each.
+  static constexpr uint32_t kFitting = Rows::kRows > 1 ? 10 : 4;
 
   // Finds the corners of the next rows; false when the last of them is the last of all.
   HWY_INLINE bool Find() {
@@ -166,7 +170,7 @@ class SuppressedSearch {
   // Vectors with corners, the first kept_ of which have been looked at.
   uint32_t kept_ = 0, count_ = 0;
   FastCorners corners_[Rows::kVectors + 3 * (kWidest / Rows::kLanes + 2)];
-  uint8_t room_[4 * (kWidest + kPitch)];
+  uint8_t room_[kFitting * (kWidest + kPitch)];
 };
 
 }  // namespace HWY_NAMESPACE

@@ -1,9 +1,9 @@
 // The FAST corners of rows for any arc length, where vectors are 64 pixels long.
 //
-// Rows are searched in steps, each of which leaves fewer candidates: pixels of all vectors by one
-// or two pairs of opposite pixels, then those of blocks of 32 by arcs, two blocks at a time. The
-// steps are loops without branches that depend on the picture: where it has edges, such branches
-// are taken or not as if at random. What is found at a place has its place in memory, and lists of
+// Rows are searched in steps, each of which leaves fewer candidates: pixels of all vectors by two
+// pairs of opposite pixels, then those of blocks of 32 by four pairs, and then by arcs. The steps
+// are loops without branches that depend on the picture: where it has edges, such branches are
+// taken or not as if at random. What is found at a place has its place in memory, and lists of
 // blocks are made of that in a step of their own: a store whose address hangs on a comparison holds
 // the loads after it up. Each step is a function of its own, so that its loop has all registers.
 //
@@ -22,8 +22,8 @@
 #include <hwy/highway.h>
 
 #include "vorta/lumenFastArc-inl.h"
+#include "vorta/lumenFastGrid-inl.h"
 #include "vorta/lumenFastOutput-inl.h"
-#include "vorta/lumenFastPart-inl.h"
 #include "vorta/lumenFastStrength-inl.h"
 #include "vorta/lumenFastVector-inl.h"
 
@@ -34,25 +34,19 @@ namespace lumen {
 namespace HWY_NAMESPACE {
 
 template <int kArc>
-class WideSearch : public FastParts<64> {
+class WideSearch : public FastGrid {
  public:
   explicit WideSearch(const lumFastSearch& search)
-      : FastParts(search), barrier_(static_cast<uint8_t>(search.barrier)) {}
+      : FastGrid(search), barrier_(static_cast<uint8_t>(search.barrier)) {}
 
   // Finds the corners of the next part of these rows. How many vectors have some.
-  HWY_INLINE uint32_t Find() {
-    KeepCorners(ListCandidates());
-    return ListCorners();
-  }
+  HWY_INLINE uint32_t Find() { return FindBy<false>({}); }
   // The same with their strengths.
-  HWY_INLINE uint32_t Find(const FastStrengths& strengths) {
-    KeepCorners(ListCandidates(), strengths);
-    return ListCorners();
-  }
+  HWY_INLINE uint32_t Find(const FastStrengths& strengths) { return FindBy<true>(strengths); }
   // What was found.
   HWY_INLINE FastCorners operator[](uint32_t k) const {
-    const uint32_t vector = blocks_[k];
-    return {vectors_[vector], uint64_t{bits_[2 * vector + 1]} << kBlock | bits_[2 * vector]};
+    const uint32_t block = 2 * blocks_[k];
+    return {placeOf(block), uint64_t{bits_[block + 1]} << kBlock | bits_[block]};
   }
 
  private:
@@ -62,255 +56,252 @@ class WideSearch : public FastParts<64> {
   using Wide = hn::Vec<WideTag>;
   static constexpr WideTag d{};
   static constexpr BlockTag dBlock{};
-  static constexpr uint32_t kBlock = kLanes / 2;
 
-  HWY_INLINE FastPlace placeOf(uint32_t block) const {
-    return vectors_[block / 2] + block % 2 * kBlock;
-  }
-  HWY_INLINE const uint8_t* pixelsOf(uint32_t block) const {
-    const FastPlace place = placeOf(block);
-    return rowAt(yOf(place)) + xOf(place);
-  }
-
-  // Two pairs of opposite pixels, or one.
-  enum class Pairs { diagonal, upright };
-  // How far they are from the centre.
-  static constexpr uint32_t RowsOf(Pairs pairs) { return pairs == Pairs::upright ? 3 : 2; }
-
-  // Where of each pair one is brighter than the centre by more than the barrier, or one is darker:
-  // each arc has one of each pair. The pairs lie in the same columns of two rows.
-  template <Pairs kPairs, class D>
-  static HWY_INLINE hn::Mask<D> CandidatesAt(D tag, const uint8_t* above, const uint8_t* p,
-                                             const uint8_t* below, hn::Vec<D> barrier) {
-    constexpr int kColumns = kPairs == Pairs::upright ? 0 : 2;
-    const auto centre = LoadOnce(tag, p);
-    const auto most = hn::SaturatedAdd(centre, barrier);
-    const auto least = hn::SaturatedSub(centre, barrier);
-    const auto a = LoadOnce(tag, above - kColumns), b = LoadOnce(tag, below + kColumns);
-    const auto bright = hn::Gt(hn::Max(a, b), most), dark = hn::Lt(hn::Min(a, b), least);
-    if constexpr (kPairs == Pairs::upright) return hn::Or(bright, dark);
-    const auto e = LoadOnce(tag, above + kColumns), f = LoadOnce(tag, below - kColumns);
-    return hn::Or(GtAmong(bright, hn::Max(e, f), most), GtAmong(dark, least, hn::Min(e, f)));
+  template <bool kIsScored>
+  HWY_INLINE uint32_t FindBy(const FastStrengths& strengths) {
+    Turn();
+    for (uint32_t k = 0; k < tiles(); ++k) {
+      const Tile tile = TileAt(k);
+      FindCandidates(tile);
+      const uint32_t blocks = 2 * tile.rows * tile.pitch;
+      const uint32_t candidates = List(bits_, 2 * tile.first, blocks, nullptr, candidate_);
+      Thin(candidates);
+      KeepCorners<kIsScored>(List(left_, 0, candidates, candidate_, blocks_), strengths);
+      AddDarkCorners<kIsScored>(List(both_, 0, candidates, nullptr, blocks_), strengths);
+    }
+    return ListCorners();
   }
 
-  // The candidates of a row, or of as much of it as there is room for. Of vectors that share pixels
-  // only one has them as candidates.
-  template <Pairs kPairs>
-  HWY_INLINE uint32_t FindInRow(uint32_t count) {
-    const auto barrier = hn::Set(d, barrier_);
-    const uint32_t y = nextY();
-    const uint8_t* const row = rowAt(y);
-    // The circles of the next row reach 4 rows down from this one.
-    const uint8_t* const ahead = rowAt(HWY_MIN(y + 4, search_.height - 1));
-    const uint8_t* const above = row - RowsOf(kPairs) * size_t{search_.stride};
-    const uint8_t* const below = row + RowsOf(kPairs) * size_t{search_.stride};
-    const FastPlace placeOfRow = FastPlaceAt(0, y);
-    const auto find = [&](size_t x) HWY_ATTR {
-      hwy::Prefetch(ahead + x);
-      const auto candidates = CandidatesAt<kPairs>(d, above + x, row + x, below + x, barrier);
-      vectors_[count] = placeOfRow | x;
-      hn::StoreMaskBits(d, candidates, reinterpret_cast<uint8_t*>(bits_ + 2 * count));
-      ++count;
-    };
-    const auto findAmong = [&](size_t x, uint64_t own) HWY_ATTR {
-      find(x);
-      bits_[2 * count - 2] &= static_cast<uint32_t>(own);
-      bits_[2 * count - 1] &= static_cast<uint32_t>(own >> kBlock);
-    };
-    ForVectors(find, findAmong);
-    return count;
-  }
-  // The same of as many rows as are searched at once.
-  template <Pairs kPairs>
-  HWY_NOINLINE void FindInRows() {
-    uint32_t count = FindInRow<kPairs>(0);
-    while (isAtRow()) count = FindInRow<kPairs>(count);
-    // What a vector of bits lacks.
-    for (uint32_t k = 2 * count; k % 16 != 0; ++k) bits_[k] = 0;
-    count_ = count;
-  }
-  // The blocks that hold candidates by the diagonal pairs, which fewer pixels of photographs pass
-  // than the upright and the level one. Where the part before was flat, by the upright pair alone
-  // and then by these, which takes less where few blocks pass the first.
-  HWY_INLINE uint32_t ListCandidates() {
-    if (isFlat_) {
-      FindInRows<Pairs::upright>();
-      const uint32_t blocks = ListBlocks();
-      isFlat_ = blocks < count_;
-      Thin(blocks);
-      return ListBlocks();
-    }
-    FindInRows<Pairs::diagonal>();
-    const uint32_t blocks = ListBlocks();
-    isFlat_ = blocks < count_ * 3 / 8;
-    return blocks;
-  }
-  HWY_NOINLINE void Thin(uint32_t blocks) {
-    const Block barrier = hn::Set(dBlock, barrier_);
-    const size_t far = RowsOf(Pairs::diagonal) * size_t{search_.stride};
-    for (uint32_t k = 0; k < blocks; ++k) {
-      const uint32_t block = blocks_[k];
-      const uint8_t* const p = pixelsOf(block);
-      const auto left = CandidatesAt<Pairs::diagonal>(dBlock, p - far, p, p + far, barrier);
-      bits_[block] &= static_cast<uint32_t>(left.raw);
-    }
-  }
-
-  // Lists the blocks that have bits, and the first of them again where they are odd in number.
-  HWY_NOINLINE uint32_t ListBlocks() {
-    const hn::Full512<uint32_t> d32;
-    uint32_t count = 0;
-    auto block = hn::Iota(d32, 0);
-    const auto step = hn::Set(d32, 16);
-    for (uint32_t k = 0; k < 2 * count_; k += 16, block = block + step) {
-      const auto some = hn::Ne(hn::LoadU(d32, bits_ + k), hn::Zero(d32));
-      hn::StoreU(hn::Compress(block, some), d32, blocks_ + count);
-      count += static_cast<uint32_t>(hn::CountTrue(d32, some));
-    }
-    // What the last two lack, and those that are looked up before they are needed.
-    for (uint32_t k = count; k < count + 4; ++k) blocks_[k] = blocks_[0];
-    return count;
-  }
-
-  // The circles of the pixels of two blocks, place by place. Work with bytes where a mask register
-  // for each comparison would do with fewer instructions: some processors take two cycles to store
-  // one.
-  struct Circles {
-    Wide centre, v[LUM_CIRCLE];
-    HWY_INLINE Circles(const uint8_t* p0, const uint8_t* p1, size_t stride)
-        : centre(TwoBlocks(p0, p1)) {
-      // So that sums of a row and a column are parts of loads.
-      const uint8_t *top0 = p0 - 3 * stride, *top1 = p1 - 3 * stride;
-      asm("" : "+r"(top0), "+r"(top1));
-      HWY_UNROLL(16)
-      for (int i = 0; i < LUM_CIRCLE; ++i) {
-        const int dx = LUM_CIRCLE_PLACE[i].dx, dy = LUM_CIRCLE_PLACE[i].dy;
-        const size_t rows = static_cast<size_t>(dy < 0 ? dy + 3 : dy) * stride;
-        v[i] = TwoBlocks((dy < 0 ? top0 : p0) + rows + dx, (dy < 0 ? top1 : p1) + rows + dx);
-      }
-    }
-    static HWY_INLINE Wide TwoBlocks(const uint8_t* p0, const uint8_t* p1) {
-      __m512i v = _mm512_inserti64x4(_mm512_castsi256_si512(hn::LoadU(dBlock, p0).raw),
-                                     hn::LoadU(dBlock, p1).raw, 1);
-      asm("" : "+v"(v));
-      return Wide{v};
-    }
-    // All bits where arcs can only be dark, none where they can only be bright: where of each pair
-    // of opposite pixels one is. Of those of a dark arc one pair has none.
-    HWY_INLINE Wide IsDark(Wide above) const {
-      Wide least[8];
-      for (int i = 0; i < 8; ++i) least[i] = hn::Max(v[i], v[i + 8]);
-      for (int n = 4; n > 0; n /= 2) {
-        for (int i = 0; i < n; ++i) least[i] = hn::Min(least[i], least[i + n]);
-      }
-      return Wide{_mm512_movm_epi8(_mm512_cmple_epu8_mask(least[0].raw, above.raw))};
-    }
+  // What is two columns to the left and to the right of pixels.
+  struct Sides {
+    Wide left, right;
+    HWY_INLINE explicit Sides(const uint8_t* p)
+        : left(LoadOnce(d, p - 2)), right(LoadOnce(d, p + 2)) {}
   };
+
+  // Pixels where of each of the two diagonal pairs one is brighter than the centre by more than the
+  // barrier, or of each one is darker: each arc has one of each pair. Fewer pixels of photographs
+  // pass these than the upright and the level pair. Columns are gone down, so that what was loaded
+  // for one row serves the fourth after it as well.
+  HWY_NOINLINE void FindCandidates(const Tile tile) {
+    const Wide barrier = hn::Set(d, barrier_);
+    const size_t stride = search_.stride;
+    for (uint32_t column = 0; column < tile.columns; ++column) {
+      const uint8_t* p = pixelsOf(2 * (tile.first + column));
+      const hn::Mask<WideTag> own{ownOf(tile.column + column)};
+      uint32_t* to = bits_ + 2 * (tile.first + column);
+      Sides above2(p - 2 * stride), above(p - stride), here(p), below(p + stride);
+      for (uint32_t row = 0; row < tile.rows; ++row, p += stride, to += 2 * tile.pitch) {
+        hwy::Prefetch(p + 2 * stride + 4 * kLanes);
+        const Sides below2(p + 2 * stride);
+        const Wide centre = LoadOnce(d, p);
+        const Wide most = hn::Min(hn::Max(above2.left, below2.right),  //
+                                  hn::Max(above2.right, below2.left));
+        const Wide least = hn::Max(hn::Min(above2.left, below2.right),  //
+                                   hn::Min(above2.right, below2.left));
+        const Wide best = hn::Max(hn::SaturatedSub(most, centre), hn::SaturatedSub(centre, least));
+        hn::StoreMaskBits(d, GtAmong(own, best, barrier), reinterpret_cast<uint8_t*>(to));
+        above2 = above;
+        above = here;
+        here = below;
+        below = below2;
+      }
+    }
+    // What the last tile lacks, and a vector of bits.
+    for (uint32_t row = 0; row < tile.rows; ++row) {
+      const uint32_t first = tile.first + row * tile.pitch;
+      for (uint32_t k = 2 * tile.columns; k < 2 * tile.pitch; ++k) bits_[2 * first + k] = 0;
+    }
+    for (uint32_t k = 2 * (tile.first + tile.rows * tile.pitch); k % 16 != 0; ++k) bits_[k] = 0;
+  }
+
+  // Leaves those candidates that pass four pairs, and tells what their arcs can be.
+  HWY_NOINLINE void Thin(uint32_t candidates) {
+    const Block barrier = hn::Set(dBlock, barrier_);
+    const auto stride = static_cast<ptrdiff_t>(search_.stride);
+    for (uint32_t k = 0; k < candidates; ++k) {
+      const uint32_t block = candidate_[k];
+      const uint8_t* const p = pixelsOf(block);
+      const Block centre = LoadOnce(dBlock, p);
+      Block most = hn::Set(dBlock, uint8_t{255}), least = hn::Zero(dBlock);
+      for (int i = 0; i < LUM_CIRCLE / 2; i += 2) {
+        const auto [dx, dy] = LUM_CIRCLE_PLACE[i];
+        const ptrdiff_t at = dy * stride + dx;
+        const Block v = LoadOnce(dBlock, p + at), w = LoadOnce(dBlock, p - at);
+        most = hn::Min(most, hn::Max(v, w));
+        least = hn::Max(least, hn::Min(v, w));
+      }
+      const uint32_t notBright =
+          BitsOfZeros(hn::SaturatedSub(most, hn::SaturatedAdd(centre, barrier)));
+      const uint32_t notDark =
+          BitsOfZeros(hn::SaturatedSub(hn::SaturatedSub(centre, barrier), least));
+      const uint32_t bits = bits_[block];
+      bits_[block] = left_[k] = bits & ~(notBright & notDark);
+      dark_[block] = notBright;
+      both_[k] = bits & ~(notBright | notDark);
+    }
+    // What a vector of bits lacks.
+    for (uint32_t k = candidates; k % 16 != 0; ++k) left_[k] = both_[k] = 0;
+  }
+  // By bytes: a mask register takes some processors longer to read.
+  static HWY_INLINE uint32_t BitsOfZeros(Block v) {
+    return BitsOfBytes(Block{_mm256_cmpeq_epi8(v.raw, hn::Zero(dBlock).raw)});
+  }
+  // The highest bit of each byte.
+  static HWY_INLINE uint32_t BitsOfBytes(Block v) {
+    return static_cast<uint32_t>(_mm256_movemask_epi8(v.raw));
+  }
+  // All bits of the bytes that have one here.
+  static HWY_INLINE Block BytesOfBits(uint32_t bits) {
+    return hn::VecFromMask(dBlock, hn::Mask<BlockTag>{bits});
+  }
+
+  // Of `count` numbers, which are those of `from` or `first` and so forth, lists those whose words
+  // have some bits. How many. Lists may be read and written by as many more as a vector has.
+  template <class Word>
+  static HWY_INLINE uint32_t List(const Word* words, uint32_t first, uint32_t count,
+                                  const uint32_t* from, uint32_t* list) {
+    const hn::Full512<Word> dWord;
+    constexpr uint32_t kWords = hn::MaxLanes(dWord);
+    const hn::Simd<uint32_t, kWords, 0> d32;
+    const auto step = hn::Set(d32, kWords);
+    auto number = hn::Iota(d32, 0) + hn::Set(d32, first);
+    uint32_t listed = 0;
+    for (uint32_t k = first; k < first + count; k += kWords, number = number + step) {
+      const hn::Mask<decltype(d32)> some{hn::Ne(hn::LoadU(dWord, words + k), hn::Zero(dWord)).raw};
+      const auto numbers = from ? hn::LoadU(d32, from + k) : number;
+      hn::StoreU(hn::Compress(numbers, some), d32, list + listed);
+      listed += static_cast<uint32_t>(hn::CountTrue(d32, some));
+    }
+    return listed;
+  }
+  // Lists the vectors that hold corners, row by row.
+  HWY_NOINLINE uint32_t ListCorners() {
+    const auto* const vectors = reinterpret_cast<const uint64_t*>(bits_);
+    const Tile all = TileAt(0);
+    if (tiles() == 1) return List(vectors, 0, all.rows * all.pitch, nullptr, blocks_);
+    uint32_t listed = 0;
+    for (uint32_t row = 0; row < all.rows; ++row) {
+      for (uint32_t k = 0; k < tiles(); ++k) {
+        const Tile tile = TileAt(k);
+        listed +=
+            List(vectors, tile.first + row * tile.pitch, tile.pitch, nullptr, blocks_ + listed);
+      }
+    }
+    return listed;
+  }
+
+  // Calls `get` for each place of the circles of a block with where its pixels are.
+  template <class Get>
+  static HWY_INLINE void ForPlaces(const uint8_t* p, size_t stride, const Get& get) {
+    // So that sums of a row and a column are parts of loads. Were they made before a loop, there
+    // would be no registers for them.
+    const uint8_t* top = p - 3 * stride;
+    asm("" : "+r"(top), "+r"(stride));
+    HWY_UNROLL(16)
+    for (int i = 0; i < LUM_CIRCLE; ++i) {
+      const auto [dx, dy] = LUM_CIRCLE_PLACE[i];
+      const size_t rows = static_cast<size_t>(dy < 0 ? dy + 3 : dy) * stride;
+      get(i, (dy < 0 ? top : p) + rows + dx);
+    }
+  }
 
   // What is true of three bits: those of kTruth stand for 000, 001 and so forth up to 111.
   template <int kTruth>
-  static HWY_INLINE Wide Logic(Wide a, Wide b, Wide c) {
-    return Wide{_mm512_ternarylogic_epi64(a.raw, b.raw, c.raw, kTruth)};
+  static HWY_INLINE Block Logic(Block a, Block b, Block c) {
+    return Block{_mm256_ternarylogic_epi64(a.raw, b.raw, c.raw, kTruth)};
   }
   // Whether kArc neighbouring ones are all set, or none where isDark, by the highest bits of bytes.
   // Arcs that begin one place apart share all but one pixel at each end, and all arcs share runs
   // of 8.
-  static HWY_INLINE uint64_t ArcsOf(const Wide (&is)[LUM_CIRCLE], Wide isDark) {
+  static HWY_INLINE uint32_t ArcsOf(const Block (&is)[LUM_CIRCLE], Block isDark) {
     constexpr int kBoth = 0x42, kEither = 0x7E, kAnd = 0x60, kAll = 0x80, kAny = 0xFE;
     const auto at = [&](int i) HWY_ATTR { return is[i % LUM_CIRCLE]; };
-    Wide two[8], four[8], arcs[8];
+    Block two[8], four[8], arcs[8];
     for (int i = 0; i < 8; ++i) two[i] = Logic<kBoth>(at(2 * i + 1), at(2 * i + 2), isDark);
     for (int i = 0; i < 8; ++i) four[i] = hn::And(two[i], two[(i + 1) % 8]);
     for (int i = 0; i < 8; ++i) {
       const int begin = 2 * i + 1;
-      const Wide ends = Logic<kEither>(at(begin - 1), at(begin + kArc - 1), isDark);
-      Wide shared = four[i];
+      const Block ends = Logic<kEither>(at(begin - 1), at(begin + kArc - 1), isDark);
+      Block shared = four[i];
       if constexpr (kArc == 10) shared = Logic<kAnd>(shared, at(begin + 8), isDark);
       arcs[i] = Logic<kAll>(shared, four[(i + 2) % 8], ends);
     }
-    const Wide any = Logic<kAny>(Logic<kAny>(arcs[0], arcs[1], arcs[2]),
-                                 Logic<kAny>(arcs[3], arcs[4], arcs[5]), hn::Or(arcs[6], arcs[7]));
-    return _mm512_movepi8_mask(any.raw);
+    return BitsOfBytes(Logic<kAny>(Logic<kAny>(arcs[0], arcs[1], arcs[2]),
+                                   Logic<kAny>(arcs[3], arcs[4], arcs[5]),
+                                   hn::Or(arcs[6], arcs[7])));
   }
-
-  // Leaves those candidates of the listed blocks that are corners.
-  HWY_NOINLINE void KeepCorners(uint32_t blocks) {
-    const Wide barrier = hn::Set(d, barrier_);
-    const Wide one = hn::Set(d, uint8_t{1});
-    const size_t stride = search_.stride;
-    if (blocks == 0) return;
-    const uint8_t *p0 = pixelsOf(blocks_[0]), *p1 = pixelsOf(blocks_[1]);
-    for (uint32_t k = 0; k < blocks; k += 2) {
-      const uint32_t b0 = blocks_[k], b1 = blocks_[k + 1];
-      // Were the sums made before the loop, there would be no registers for them.
-      size_t rows = stride;
-      asm("" : "+r"(rows));
-      const Circles c(p0, p1, rows);
-      p0 = pixelsOf(blocks_[k + 2]);
-      p1 = pixelsOf(blocks_[k + 3]);
-      const Wide above = hn::SaturatedAdd(c.centre, barrier);
-      const Wide below = hn::SaturatedSub(c.centre, barrier);
-      const Wide isDark = c.IsDark(above);
-      // What the limits lack: bright begins one above the one, dark ends before the other. The
-      // highest bit of the mean is set where a pixel and that make 255 or more, at the limit or
-      // beyond. Where nothing can lie above, at 255, arcs can only be dark.
-      constexpr int kNotBelowIfDark = 0x47;
-      const Wide rest = Logic<kNotBelowIfDark>(above + one, isDark, below);
-      Wide is[LUM_CIRCLE];
-      for (int i = 0; i < LUM_CIRCLE; ++i) is[i] = hn::AverageRound(c.v[i], rest);
-      const uint64_t corners = ArcsOf(is, isDark);
-      bits_[b0] &= static_cast<uint32_t>(corners);
-      bits_[b1] &= static_cast<uint32_t>(corners >> kBlock);
-    }
+  // Those of some pixels of a block that are corners, with dark arcs where they have a bit in
+  // `dark`, or else with bright ones. Works with bytes where a mask register for each comparison
+  // would do with fewer instructions: some processors take two cycles to store one.
+  HWY_INLINE uint32_t CornersAt(uint32_t block, uint32_t among, uint32_t dark) const {
+    const uint8_t* const p = pixelsOf(block);
+    const Block isDark = BytesOfBits(dark);
+    const Block barrier = hn::Set(dBlock, barrier_);
+    const Block centre = LoadOnce(dBlock, p);
+    const Block above = hn::SaturatedAdd(centre, barrier);
+    const Block below = hn::SaturatedSub(centre, barrier);
+    // What the limits lack: bright begins one above the one, dark ends before the other. The
+    // highest bit of the mean is set where a pixel and that make 255 or more, at the limit or
+    // beyond. Where nothing can lie above, at 255, no pixel is among those for bright arcs.
+    constexpr int kNotBelowIfDark = 0x47;
+    const Block rest = Logic<kNotBelowIfDark>(above + hn::Set(dBlock, uint8_t{1}), isDark, below);
+    Block is[LUM_CIRCLE];
+    ForPlaces(p, search_.stride, [&](int i, const uint8_t* q) HWY_ATTR {
+      is[i] = hn::AverageRound(rest, hn::LoadU(dBlock, q));
+    });
+    return among & ArcsOf(is, isDark);
   }
   // The same, and writes their strengths.
-  HWY_NOINLINE void KeepCorners(uint32_t blocks, const FastStrengths& strengths) {
-    const Wide barrier = hn::Set(d, barrier_);
-    const size_t stride = search_.stride;
-    for (uint32_t k = 0; k < blocks; k += 2) {
-      const uint32_t b0 = blocks_[k], b1 = blocks_[k + 1];
-      const Circles c(pixelsOf(b0), pixelsOf(b1), stride);
-      const Wide isDark = c.IsDark(hn::SaturatedAdd(c.centre, barrier));
-      // Seen from the other side dark arcs are bright.
-      Wide v[LUM_CIRCLE];
-      for (int i = 0; i < LUM_CIRCLE; ++i) v[i] = hn::Xor(c.v[i], isDark);
-      const Wide best = StrengthsOf<kArc, true>(v, hn::Xor(c.centre, isDark));
-      const uint64_t corners = BitsOf(d, hn::Gt(best, barrier));
-      bits_[b0] &= static_cast<uint32_t>(corners);
-      bits_[b1] &= static_cast<uint32_t>(corners >> kBlock);
-      Put(hn::LowerHalf(dBlock, best), bits_[b0], strengths.at(placeOf(b0)));
-      Put(hn::UpperHalf(dBlock, best), bits_[b1], strengths.at(placeOf(b1)));
-    }
-  }
-  static HWY_INLINE void Put(Block strengths, uint32_t corners, uint8_t* to) {
-    const hn::Mask<BlockTag> isCorner{corners};
-    hn::StoreU(hn::Max(hn::IfThenElseZero(isCorner, strengths), hn::LoadU(dBlock, to)), dBlock, to);
+  HWY_INLINE uint32_t CornersAt(uint32_t block, uint32_t among, uint32_t dark,
+                                const FastStrengths& strengths) const {
+    const uint8_t* const p = pixelsOf(block);
+    // Seen from the other side dark arcs are bright.
+    const Block isDark = BytesOfBits(dark);
+    Block v[LUM_CIRCLE];
+    ForPlaces(p, search_.stride, [&](int i, const uint8_t* q) HWY_ATTR {
+      v[i] = hn::Xor(isDark, hn::LoadU(dBlock, q));
+    });
+    const Block best = StrengthsOf<kArc, true>(v, hn::Xor(isDark, hn::LoadU(dBlock, p)));
+    const uint32_t corners = among & hn::Gt(best, hn::Set(dBlock, barrier_)).raw;
+    uint8_t* const to = strengths.at(placeOf(block));
+    const Block here = hn::And(BytesOfBits(corners), best);
+    hn::StoreU(hn::Max(here, hn::LoadU(dBlock, to)), dBlock, to);
+    return corners;
   }
 
-  // Lists the vectors that hold corners.
-  HWY_NOINLINE uint32_t ListCorners() {
-    const hn::Full256<uint32_t> d32;
-    uint32_t count = 0;
-    auto vector = hn::Iota(d32, 0);
-    const auto step = hn::Set(d32, 8);
-    for (uint32_t k = 0; k < count_; k += 8, vector = vector + step) {
-      const __m512i bits = _mm512_loadu_si512(bits_ + 2 * k);
-      const auto some = hn::Mask<decltype(d32)>{_mm512_test_epi64_mask(bits, bits)};
-      hn::StoreU(hn::Compress(vector, some), d32, blocks_ + count);
-      count += static_cast<uint32_t>(hn::CountTrue(d32, some));
+  // Leaves those candidates of the listed blocks that are corners, taking those whose arcs can be
+  // either for bright ones.
+  template <bool kIsScored>
+  HWY_NOINLINE void KeepCorners(uint32_t blocks, FastStrengths strengths) {
+    for (uint32_t k = 0; k < blocks; ++k) {
+      const uint32_t block = blocks_[k], among = bits_[block], dark = dark_[block];
+      if constexpr (kIsScored) bits_[block] = CornersAt(block, among, dark, strengths);
+      else bits_[block] = CornersAt(block, among, dark);
     }
-    return count;
   }
+  // Adds the dark ones of these.
+  template <bool kIsScored>
+  HWY_NOINLINE void AddDarkCorners(uint32_t candidates, FastStrengths strengths) {
+    constexpr uint32_t kDark = ~uint32_t{0};
+    for (uint32_t k = 0; k < candidates; ++k) {
+      const uint32_t block = candidate_[blocks_[k]], among = both_[blocks_[k]];
+      if constexpr (kIsScored) bits_[block] |= CornersAt(block, among, kDark, strengths);
+      else bits_[block] |= CornersAt(block, among, kDark);
+    }
+  }
+
+  // Vectors are read and written beyond the ends of lists.
+  static constexpr uint32_t kBlocks = 2 * kVectors + 16, kOfTile = 2 * kWidestTile * kRows + 16;
 
   const uint8_t barrier_;
-  // How many vectors are searched now, and whether those before held little.
-  uint32_t count_ = 0;
-  bool isFlat_ = false;
-  // Lists are written by vectors, which may reach beyond them.
-  FastPlace vectors_[kVectors + 8];
-  // Candidates, and then corners: bits of each block.
-  uint32_t bits_[2 * kVectors + 16];
-  uint32_t blocks_[2 * kVectors + 16];
+  // Of each block: candidates and then corners, and those whose arcs can only be dark.
+  uint32_t bits_[kBlocks], dark_[kBlocks];
+  // Blocks of a tile that hold candidates by two pairs; of each, those by four, and those of these
+  // whose arcs can be bright or dark.
+  uint32_t candidate_[kOfTile], left_[kOfTile], both_[kOfTile];
+  // Blocks that are to be looked at, or vectors.
+  uint32_t blocks_[kBlocks];
 };
 
 }  // namespace HWY_NAMESPACE
