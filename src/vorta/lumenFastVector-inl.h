@@ -12,22 +12,13 @@
 
 #include <cstdint>
 
+#include "vorta/lumenLoadOnce-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace lumen {
 namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
-
-// Loads once what is used twice: GCC would make the load a part of each use, and what crosses a
-// line of the cache costs two accesses each time.
-template <class D>
-HWY_INLINE hn::Vec<D> LoadOnce(D d, const uint8_t* p) {
-  auto v = hn::LoadU(d, p);
-#if HWY_ARCH_X86
-  asm("" : "+v"(v.raw));
-#endif
-  return v;
-}
 
 // A bit for each lane.
 template <class D>

@@ -22,6 +22,7 @@
 
 #include "cpu/lumenHarris.h"
 #include "cpu/lumenRow.h"
+#include "vorta/lumenLoadOnce-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace lumen {
@@ -99,26 +100,40 @@ HWY_INLINE void StoreProducts(const uint8_t* above, const uint8_t* row, const ui
 }
 
 // Sums of a block of products over columns x - 2 to x + 2, times 1 4 6 4 1: of the even columns and
-// of the odd ones.
-HWY_INLINE void SumAcross(const int16_t* products, V32& even, V32& odd) {
-  const D16 d;
-  const V16 before = hn::LoadU(d, products - 2), here = hn::Load(d, products),
-            behind = hn::LoadU(d, products + 2);
-  PairSums evenSums, oddSums;
-  evenSums.add(before, Weights(1, 4));
-  evenSums.add(here, Weights(6, 4));
-  evenSums.add(behind, Weights(1, 0));
-  oddSums.add(before, Weights(0, 1));
-  oddSums.add(here, Weights(4, 6));
-  oddSums.add(behind, Weights(4, 1));
-  even = evenSums.get();
-  odd = oddSums.get();
-}
+// of the odd ones. Their weights are made before the loop over blocks.
+class Across {
+ public:
+  HWY_INLINE Across()
+      : evenBefore_(InRegister(Weights(1, 4))),
+        evenHere_(InRegister(Weights(6, 4))),
+        evenBehind_(InRegister(Weights(1, 0))),
+        oddBefore_(InRegister(Weights(0, 1))),
+        oddHere_(InRegister(Weights(4, 6))),
+        oddBehind_(InRegister(Weights(4, 1))) {}
+
+  HWY_INLINE void Sum(const int16_t* products, V32& even, V32& odd) const {
+    const D16 d;
+    const V16 before = LoadOnce(d, products - 2), here = LoadOnce(d, products),
+              behind = LoadOnce(d, products + 2);
+    PairSums evenSums, oddSums;
+    evenSums.add(before, evenBefore_);
+    evenSums.add(here, evenHere_);
+    evenSums.add(behind, evenBehind_);
+    oddSums.add(before, oddBefore_);
+    oddSums.add(here, oddHere_);
+    oddSums.add(behind, oddBehind_);
+    even = evenSums.get();
+    odd = oddSums.get();
+  }
+
+ private:
+  V16 evenBefore_, evenHere_, evenBehind_, oddBefore_, oddHere_, oddBehind_;
+};
 
 // The same down five rows, of which `latest` is the last.
 HWY_INLINE V32 SumDown(const int32_t* const (&row)[4], size_t i, V32 latest) {
   const D32 d;
-  const V32 second = hn::Load(d, row[1] + i), third = hn::Load(d, row[2] + i),
+  const V32 second = hn::Load(d, row[1] + i), third = LoadOnce(d, row[2] + i),
             fourth = hn::Load(d, row[3] + i);
   const V32 outer = hn::Add(hn::Load(d, row[0] + i), latest);
   const V32 inner = hn::Add(hn::Add(second, fourth), third);
@@ -171,12 +186,11 @@ struct Greatest {
 template <size_t kReach>
 HWY_INLINE Greatest GreatestAround(const Responses& row, size_t i, bool withMiddle) {
   const D32 d;
-  const V32 even = hn::LoadU(d, row.even + i), odd = hn::LoadU(d, row.odd + i);
-  const V32 oddBefore = hn::LoadU(d, row.odd + i - 1), evenBehind = hn::LoadU(d, row.even + i + 1);
+  const V32 even = LoadOnce(d, row.even + i), odd = LoadOnce(d, row.odd + i);
+  const V32 oddBefore = LoadOnce(d, row.odd + i - 1), evenBehind = LoadOnce(d, row.even + i + 1);
   Greatest around = {hn::Max(oddBefore, odd), hn::Max(even, evenBehind)};
   if constexpr (kReach == 2) {
-    const V32 evenBefore = hn::LoadU(d, row.even + i - 1),
-              oddBehind = hn::LoadU(d, row.odd + i + 1);
+    const V32 evenBefore = LoadOnce(d, row.even + i - 1), oddBehind = LoadOnce(d, row.odd + i + 1);
     around = {hn::Max(around.even, hn::Max(evenBefore, evenBehind)),
               hn::Max(around.odd, hn::Max(oddBefore, oddBehind))};
   }
@@ -193,7 +207,7 @@ template <lumHarrisMaxima kMaxima>
 HWY_INLINE Masks MaximaOfBlock(const Responses* const (&rows)[5], size_t i, V32 threshold) {
   const D32 d;
   const Responses& row = *rows[2];
-  const V32 even = hn::LoadU(d, row.even + i), odd = hn::LoadU(d, row.odd + i);
+  const V32 even = LoadOnce(d, row.even + i), odd = LoadOnce(d, row.odd + i);
   Masks found = {hn::Gt(even, threshold), hn::Gt(odd, threshold)};
   if constexpr (kMaxima == lumHarrisMaxima::strict) {
     const Greatest above =
@@ -206,8 +220,8 @@ HWY_INLINE Masks MaximaOfBlock(const Responses* const (&rows)[5], size_t i, V32 
   } else if constexpr (kMaxima == lumHarrisMaxima::first) {
     const Greatest above = GreatestAround<1>(*rows[1], i, true);
     const Greatest below = GreatestAround<1>(*rows[3], i, true);
-    const V32 oddBefore = hn::LoadU(d, row.odd + i - 1);
-    const V32 evenBehind = hn::LoadU(d, row.even + i + 1);
+    const V32 oddBefore = LoadOnce(d, row.odd + i - 1);
+    const V32 evenBehind = LoadOnce(d, row.even + i + 1);
     const auto both = [&](V32 value, V32 before, V32 behind) HWY_ATTR {
       return hn::AndNot(hn::Gt(behind, value), hn::Gt(value, before));
     };

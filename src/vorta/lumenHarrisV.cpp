@@ -75,11 +75,12 @@ class Scan {
   // Sums across rows 1 to 4, which the first responses need.
   void prime() {
     const D32 d;
+    const Across across;
     for (uint32_t y = 1; y <= kSumRows; ++y) {
       computeProducts(y);
       for (size_t i = 0; i < blocks_ * kPlanes; ++i) {
         V32 even, odd;
-        SumAcross(products_[i % kPlanes] + i / kPlanes * Layout::kBlock, even, odd);
+        across.Sum(products_[i % kPlanes] + i / kPlanes * Layout::kBlock, even, odd);
         int32_t* const sums = sumRow(y) + i * Layout::kBlock;
         hn::Store(even, d, sums);
         hn::Store(odd, d, sums + Layout::kHalf);
@@ -93,6 +94,7 @@ class Scan {
     computeProducts(y + 2);
     const D32 d;
     const V32 threshold = hn::Set(d, lowest);
+    const Across across;
     const Responses& out = responses_[y % kResponseRows];
     const int32_t* const rows[4] = {sumRow(y + 2), sumRow(y - 1), sumRow(y), sumRow(y + 1)};
     int32_t* const latest = sumRow(y + 2);
@@ -101,7 +103,7 @@ class Scan {
       for (size_t p = 0; p < kPlanes; ++p) {
         const size_t i = (b * kPlanes + p) * Layout::kBlock;
         V32 evenAcross, oddAcross;
-        SumAcross(products_[p] + b * Layout::kBlock, evenAcross, oddAcross);
+        across.Sum(products_[p] + b * Layout::kBlock, evenAcross, oddAcross);
         even[p] = SumDown(rows, i, evenAcross);
         odd[p] = SumDown(rows, i + Layout::kHalf, oddAcross);
         hn::Store(evenAcross, d, latest + i);
