@@ -115,6 +115,17 @@ class WideSearch : public FastGrid {
     for (uint32_t k = 2 * (tile.first + tile.rows * tile.pitch); k % 16 != 0; ++k) bits_[k] = 0;
   }
 
+  // The brighter and the darker pixel of a pair.
+  struct Pair {
+    Block brighter, darker;
+    HWY_INLINE Pair(const uint8_t* p, ptrdiff_t stride, int i) {
+      const auto [dx, dy] = LUM_CIRCLE_PLACE[i];
+      const Block v = LoadOnce(dBlock, p + dy * stride + dx);
+      const Block w = LoadOnce(dBlock, p - dy * stride - dx);
+      brighter = hn::Max(v, w);
+      darker = hn::Min(v, w);
+    }
+  };
   // Leaves those candidates that pass four pairs, and tells what their arcs can be.
   HWY_NOINLINE void Thin(uint32_t candidates) {
     const Block barrier = hn::Set(dBlock, barrier_);
@@ -123,14 +134,9 @@ class WideSearch : public FastGrid {
       const uint32_t block = candidate_[k];
       const uint8_t* const p = pixelsOf(block);
       const Block centre = LoadOnce(dBlock, p);
-      Block most = hn::Set(dBlock, uint8_t{255}), least = hn::Zero(dBlock);
-      for (int i = 0; i < LUM_CIRCLE / 2; i += 2) {
-        const auto [dx, dy] = LUM_CIRCLE_PLACE[i];
-        const ptrdiff_t at = dy * stride + dx;
-        const Block v = LoadOnce(dBlock, p + at), w = LoadOnce(dBlock, p - at);
-        most = hn::Min(most, hn::Max(v, w));
-        least = hn::Max(least, hn::Min(v, w));
-      }
+      const Pair a(p, stride, 0), b(p, stride, 2), e(p, stride, 4), f(p, stride, 6);
+      const Block most = hn::Min(hn::Min(a.brighter, b.brighter), hn::Min(e.brighter, f.brighter));
+      const Block least = hn::Max(hn::Max(a.darker, b.darker), hn::Max(e.darker, f.darker));
       const uint32_t notBright =
           BitsOfZeros(hn::SaturatedSub(most, hn::SaturatedAdd(centre, barrier)));
       const uint32_t notDark =
