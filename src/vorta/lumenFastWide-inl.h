@@ -301,8 +301,10 @@ class WideSearch : public FastGrid {
   static constexpr uint32_t kBlocks = 2 * kVectors + 16, kOfTile = 2 * kWidestTile * kRows + 16;
 
   const uint8_t barrier_;
-  // Of each block: candidates and then corners, and those whose arcs can only be dark.
-  uint32_t bits_[kBlocks], dark_[kBlocks];
+  // Of each block, two of which are a vector: candidates and then corners, and those whose arcs can
+  // only be dark.
+  alignas(uint64_t) uint32_t bits_[kBlocks];
+  uint32_t dark_[kBlocks];
   // Blocks of a tile that hold candidates by two pairs; of each, those by four, and those of these
   // whose arcs can be bright or dark.
   uint32_t candidate_[kOfTile], left_[kOfTile], both_[kOfTile];
