@@ -40,9 +40,11 @@ class WideSearch : public FastGrid {
       : FastGrid(search), barrier_(static_cast<uint8_t>(search.barrier)) {}
 
   // Finds the corners of the next part of these rows. How many vectors have some.
-  HWY_INLINE uint32_t Find() { return FindBy<false>({}); }
+  HWY_INLINE uint32_t Find() { return FindBy<PlainBlock>({}); }
   // The same with their strengths.
-  HWY_INLINE uint32_t Find(const FastStrengths& strengths) { return FindBy<true>(strengths); }
+  HWY_INLINE uint32_t Find(const FastStrengths& strengths) {
+    return FindBy<ScoredBlock>(strengths);
+  }
   // What was found.
   HWY_INLINE FastCorners operator[](uint32_t k) const {
     const uint32_t block = 2 * blocks_[k];
@@ -57,7 +59,7 @@ class WideSearch : public FastGrid {
   static constexpr WideTag d{};
   static constexpr BlockTag dBlock{};
 
-  template <bool kIsScored>
+  template <class AnyBlock>
   HWY_INLINE uint32_t FindBy(const FastStrengths& strengths) {
     Turn();
     for (uint32_t k = 0; k < tiles(); ++k) {
@@ -66,8 +68,8 @@ class WideSearch : public FastGrid {
       const uint32_t blocks = 2 * tile.rows * tile.pitch;
       const uint32_t candidates = List(bits_, 2 * tile.first, blocks, nullptr, candidate_);
       Thin(candidates);
-      KeepCorners<kIsScored>(List(left_, 0, candidates, candidate_, blocks_), strengths);
-      AddDarkCorners<kIsScored>(List(both_, 0, candidates, nullptr, blocks_), strengths);
+      KeepCorners<AnyBlock>(List(left_, 0, candidates, candidate_, blocks_), strengths);
+      AddDarkCorners<AnyBlock>(List(both_, 0, candidates, nullptr, blocks_), strengths);
     }
     return ListCorners();
   }
@@ -130,9 +132,13 @@ class WideSearch : public FastGrid {
   HWY_NOINLINE void Thin(uint32_t candidates) {
     const Block barrier = hn::Set(dBlock, barrier_);
     const auto stride = static_cast<ptrdiff_t>(search_.stride);
+    if (candidates == 0) return;
+    candidate_[candidates] = candidate_[0];
+    const uint8_t* next = pixelsOf(candidate_[0]);
     for (uint32_t k = 0; k < candidates; ++k) {
       const uint32_t block = candidate_[k];
-      const uint8_t* const p = pixelsOf(block);
+      const uint8_t* const p = next;
+      next = pixelsOf(candidate_[k + 1]);
       const Block centre = LoadOnce(dBlock, p);
       const Pair a(p, stride, 0), b(p, stride, 2), e(p, stride, 4), f(p, stride, 6);
       const Block most = hn::Min(hn::Min(a.brighter, b.brighter), hn::Min(e.brighter, f.brighter));
@@ -237,63 +243,92 @@ class WideSearch : public FastGrid {
                                    Logic<kAny>(arcs[3], arcs[4], arcs[5]),
                                    hn::Or(arcs[6], arcs[7])));
   }
-  // Those of some pixels of a block that are corners, with dark arcs where they have a bit in
-  // `dark`, or else with bright ones. Works with bytes where a mask register for each comparison
-  // would do with fewer instructions: some processors take two cycles to store one.
-  HWY_INLINE uint32_t CornersAt(uint32_t block, uint32_t among, uint32_t dark) const {
-    const uint8_t* const p = pixelsOf(block);
-    const Block isDark = BytesOfBits(dark);
-    const Block barrier = hn::Set(dBlock, barrier_);
-    const Block centre = LoadOnce(dBlock, p);
-    const Block above = hn::SaturatedAdd(centre, barrier);
-    const Block below = hn::SaturatedSub(centre, barrier);
-    // What the limits lack: bright begins one above the one, dark ends before the other. The
-    // highest bit of the mean is set where a pixel and that make 255 or more, at the limit or
-    // beyond. Where nothing can lie above, at 255, no pixel is among those for bright arcs.
-    constexpr int kNotBelowIfDark = 0x47;
-    const Block rest = Logic<kNotBelowIfDark>(above + hn::Set(dBlock, uint8_t{1}), isDark, below);
-    Block is[LUM_CIRCLE];
-    ForPlaces(p, search_.stride, [&](int i, const uint8_t* q) HWY_ATTR {
-      is[i] = hn::AverageRound(rest, hn::LoadU(dBlock, q));
-    });
-    return among & ArcsOf(is, isDark);
-  }
-  // The same, and writes their strengths.
-  HWY_INLINE uint32_t CornersAt(uint32_t block, uint32_t among, uint32_t dark,
-                                const FastStrengths& strengths) const {
-    const uint8_t* const p = pixelsOf(block);
-    // Seen from the other side dark arcs are bright.
-    const Block isDark = BytesOfBits(dark);
-    Block v[LUM_CIRCLE];
-    ForPlaces(p, search_.stride, [&](int i, const uint8_t* q) HWY_ATTR {
-      v[i] = hn::Xor(isDark, hn::LoadU(dBlock, q));
-    });
-    const Block best = StrengthsOf<kArc, true>(v, hn::Xor(isDark, hn::LoadU(dBlock, p)));
-    const uint32_t corners = among & hn::Gt(best, hn::Set(dBlock, barrier_)).raw;
-    uint8_t* const to = strengths.at(placeOf(block));
-    const Block here = hn::And(BytesOfBits(corners), best);
-    hn::StoreU(hn::Max(here, hn::LoadU(dBlock, to)), dBlock, to);
-    return corners;
-  }
+  // A block whose arcs are looked for: dark ones where there is a bit in `dark`, or else bright
+  // ones. Works with bytes where a mask register for each comparison would do with fewer
+  // instructions: some processors take two cycles to store one.
+  class PlainBlock {
+   public:
+    HWY_INLINE PlainBlock(const WideSearch& search, uint32_t block, uint32_t dark,
+                          const FastStrengths&)
+        : stride_(search.search_.stride),
+          p_(search.pixelsOf(block)),
+          isDark_(InRegister(BytesOfBits(dark))) {
+      const Block barrier = hn::Set(dBlock, search.barrier_);
+      const Block centre = LoadOnce(dBlock, p_);
+      const Block above = hn::SaturatedAdd(centre, barrier);
+      const Block below = hn::SaturatedSub(centre, barrier);
+      // What the limits lack: bright begins one above the one, dark ends before the other. The
+      // highest bit of the mean is set where a pixel and that make 255 or more, at the limit or
+      // beyond. Where nothing can lie above, at 255, no pixel is among those for bright arcs.
+      constexpr int kNotBelowIfDark = 0x47;
+      const Block one = hn::Set(dBlock, uint8_t{1});
+      rest_ = InRegister(Logic<kNotBelowIfDark>(above + one, isDark_, below));
+    }
+    HWY_INLINE uint32_t CornersAmong(uint32_t candidates) const {
+      Block is[LUM_CIRCLE];
+      ForPlaces(p_, stride_, [&](int i, const uint8_t* q) HWY_ATTR {
+        is[i] = hn::AverageRound(rest_, hn::LoadU(dBlock, q));
+      });
+      return candidates & ArcsOf(is, isDark_);
+    }
+
+   private:
+    size_t stride_;
+    const uint8_t* p_;
+    Block isDark_, rest_;
+  };
+  // The same, which writes strengths.
+  class ScoredBlock {
+   public:
+    HWY_INLINE ScoredBlock(const WideSearch& search, uint32_t block, uint32_t dark,
+                           const FastStrengths& strengths)
+        : stride_(search.search_.stride),
+          p_(search.pixelsOf(block)),
+          to_(strengths.at(search.placeOf(block))),
+          isDark_(InRegister(BytesOfBits(dark))),
+          barrier_(hn::Set(dBlock, search.barrier_)) {}
+    HWY_INLINE uint32_t CornersAmong(uint32_t candidates) const {
+      // Seen from the other side dark arcs are bright.
+      Block v[LUM_CIRCLE];
+      ForPlaces(p_, stride_, [&](int i, const uint8_t* q) HWY_ATTR {
+        v[i] = hn::Xor(isDark_, hn::LoadU(dBlock, q));
+      });
+      const Block best = StrengthsOf<kArc, true>(v, hn::Xor(isDark_, hn::LoadU(dBlock, p_)));
+      const uint32_t corners = candidates & hn::Gt(best, barrier_).raw;
+      const Block here = hn::And(BytesOfBits(corners), best);
+      hn::StoreU(hn::Max(here, hn::LoadU(dBlock, to_)), dBlock, to_);
+      return corners;
+    }
+
+   private:
+    size_t stride_;
+    const uint8_t* p_;
+    uint8_t* to_;
+    Block isDark_, barrier_;
+  };
 
   // Leaves those candidates of the listed blocks that are corners, taking those whose arcs can be
-  // either for bright ones.
-  template <bool kIsScored>
+  // either for bright ones. What a block begins with is made before its turn comes: that has
+  // processors wait less for the first loads of it.
+  template <class AnyBlock>
   HWY_NOINLINE void KeepCorners(uint32_t blocks, FastStrengths strengths) {
+    if (blocks == 0) return;
+    blocks_[blocks] = blocks_[0];
+    AnyBlock next(*this, blocks_[0], dark_[blocks_[0]], strengths);
     for (uint32_t k = 0; k < blocks; ++k) {
-      const uint32_t block = blocks_[k], among = bits_[block], dark = dark_[block];
-      if constexpr (kIsScored) bits_[block] = CornersAt(block, among, dark, strengths);
-      else bits_[block] = CornersAt(block, among, dark);
+      const AnyBlock here = next;
+      next = AnyBlock(*this, blocks_[k + 1], dark_[blocks_[k + 1]], strengths);
+      uint32_t& bits = bits_[blocks_[k]];
+      bits = here.CornersAmong(bits);
     }
   }
   // Adds the dark ones of these.
-  template <bool kIsScored>
+  template <class AnyBlock>
   HWY_NOINLINE void AddDarkCorners(uint32_t candidates, FastStrengths strengths) {
-    constexpr uint32_t kDark = ~uint32_t{0};
     for (uint32_t k = 0; k < candidates; ++k) {
-      const uint32_t block = candidate_[blocks_[k]], among = both_[blocks_[k]];
-      if constexpr (kIsScored) bits_[block] |= CornersAt(block, among, kDark, strengths);
-      else bits_[block] |= CornersAt(block, among, kDark);
+      const uint32_t block = candidate_[blocks_[k]];
+      const AnyBlock here(*this, block, ~uint32_t{0}, strengths);
+      bits_[block] |= here.CornersAmong(both_[blocks_[k]]);
     }
   }
 
